@@ -1,0 +1,16 @@
+#pragma once
+
+// Umbrella header: the whole public API of the engine.
+
+#include "ZKGenEngineVersion.h"
+
+#include "Platform/TGenDict.h"
+
+#include "Generator/CGenTypes.h"
+#include "Generator/CGenAssert.h"
+#include "Generator/CGenTrace.h"
+#include "Generator/CGenRange.h"
+#include "Generator/CGenBitmask.h"
+#include "Generator/CGenEvs_Templ.h"
+#include "Generator/harmony/CAbstractNote.h"
+#include "Generator/harmony/CNoteGroupInfos.h"
