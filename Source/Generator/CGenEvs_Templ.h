@@ -4,6 +4,8 @@
 #include "Generator/CGenTypes.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 #include <vector>
 
 // Position of a positioned element: events carry mBeatPos, song-level elements
@@ -15,6 +17,34 @@ inline float GenElBeatPos(const T& el)
         return el.mBeatPos;
     else
         return el.mBeatPosAbs;
+}
+
+// Search of a position-sorted range [start, end) by TFindBeat mode:
+// 0 equal (the first equal one); 1 first greater; 2 first greater or equal;
+// 3 last at or before, provided an element lies behind the position;
+// 4 equal, else the last before (the last element if all lie before).
+// Not found gives `end`.
+template <class It>
+It GenFindElWithBeatPos(It start, It end, float pos, TFindBeat mode)
+{
+    using T = typename std::iterator_traits<It>::value_type;
+    auto lb = std::lower_bound(start, end, pos, [](const T& el, float p) { return GenElBeatPos(el) < p; });
+    switch (mode) {
+    case 0: return (lb != end && GenElBeatPos(*lb) == pos) ? lb : end;
+    case 1: return std::upper_bound(lb, end, pos, [](float p, const T& el) { return p < GenElBeatPos(el); });
+    case 2: return lb;
+    case 3: {
+        auto ub = std::upper_bound(lb, end, pos, [](float p, const T& el) { return p < GenElBeatPos(el); });
+        if (ub == end || ub == start)
+            return end;
+        return std::prev(ub);
+    }
+    case 4:
+        if (lb != end && GenElBeatPos(*lb) == pos)
+            return lb;
+        return lb == start ? end : std::prev(lb);
+    default: return end;
+    }
 }
 
 // A beat-sorted sequence of positioned elements with a length. Every
@@ -42,36 +72,15 @@ public:
             mLength = length;
     }
 
-    // Position-sorted search from `start` (see TFindBeat):
-    // 0 equal; 1 first greater; 2 first greater or equal; 3 last at or before,
-    // provided an element lies behind; 4 equal, else last before (the last
-    // element if all lie before). Not found gives end().
+    // Position-sorted search from `start`; see GenFindElWithBeatPos.
     const_iterator FindElWithBeatPos(float pos, TFindBeat mode, const_iterator start) const
     {
-        const auto e = this->end();
-        auto lb = std::lower_bound(start, e, pos, [](const T& el, float p) { return GenElBeatPos(el) < p; });
-        switch (mode) {
-        case 0: return (lb != e && GenElBeatPos(*lb) == pos) ? lb : e;
-        case 1: return std::upper_bound(lb, e, pos, [](float p, const T& el) { return p < GenElBeatPos(el); });
-        case 2: return lb;
-        case 3: {
-            auto ub = std::upper_bound(lb, e, pos, [](float p, const T& el) { return p < GenElBeatPos(el); });
-            if (ub == e || ub == start)
-                return e;
-            return std::prev(ub);
-        }
-        case 4:
-            if (lb != e && GenElBeatPos(*lb) == pos)
-                return lb;
-            return lb == start ? e : std::prev(lb);
-        default: return e;
-        }
+        return GenFindElWithBeatPos(start, this->end(), pos, mode);
     }
     const_iterator FindElWithBeatPos(float pos, TFindBeat mode) const { return FindElWithBeatPos(pos, mode, this->begin()); }
     iterator FindElWithBeatPos(float pos, TFindBeat mode, iterator start)
     {
-        auto cit = std::as_const(*this).FindElWithBeatPos(pos, mode, const_iterator(start));
-        return this->begin() + (cit - this->cbegin());
+        return GenFindElWithBeatPos(start, this->end(), pos, mode);
     }
     iterator FindElWithBeatPos(float pos, TFindBeat mode) { return FindElWithBeatPos(pos, mode, this->begin()); }
 

@@ -29,6 +29,10 @@ public:
         return os.str();
     }
 
+    // The trace surface holds no state, so defaulted comparisons of derived
+    // classes see equal bases.
+    friend constexpr bool operator==(const CGenTraceable&, const CGenTraceable&) { return true; }
+
 private:
     const TDerived& Self() const { return static_cast<const TDerived&>(*this); }
 };

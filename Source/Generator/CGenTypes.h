@@ -250,3 +250,21 @@ enum TShortenEvsLeftTouchingRange : int {
     TShortenEvsLeftTouchingRange_Yes = 0,
     TShortenEvsLeftTouchingRange_No = 1,
 };
+
+// 64-bit nibble-coded instrument code; events carry its low 32 bits in mMB1.
+using TInstTreeUid = int64_t;
+inline constexpr TInstTreeUid TInstTreeUid_Undef = static_cast<TInstTreeUid>(0x8000000000000001ull);
+
+// How note numbers print as text.
+enum TShowNoteAs : int {
+    TShowNoteAs_Number = 0,    // "60"
+    TShowNoteAs_NameC3 = 1,    // "c3" for 60: octave numbers from -2
+    TShowNoteAs_NameC4 = 2,    // "c4" for 60: octave numbers from -1
+};
+
+// How a setter treats a position in a bar that lies beyond the bar.
+enum TSetBeatPosAbsOption : int {
+    TSetBeatPosAbsOption_Allow = 0,      // take it as it is, reaching into later bars
+    TSetBeatPosAbsOption_Clamp = 1,      // clamp into the bar
+    TSetBeatPosAbsOption_Wrap = 2,       // wrap around the bar length
+};

@@ -1,0 +1,230 @@
+#include "Generator/CGenEvs.h"
+
+#include "Generator/CGenRandom.h"
+
+#include <boost/archive/text_iarchive.hpp>
+#include <boost/archive/text_oarchive.hpp>
+
+#include <fstream>
+
+CGenEvs::iterator CGenEvs::InsertAtBeatPos(const CGenEv& ev)
+{
+    // Hand-written lower bound: CompareEv is not a strict weak ordering, so no
+    // standard algorithm that may check it is used.
+    size_t lo = 0, hi = size();
+    while (lo < hi) {
+        const size_t mid = lo + (hi - lo) / 2;
+        if (CompareEv((*this)[mid], ev) == 1)
+            lo = mid + 1;
+        else
+            hi = mid;
+    }
+    return insert(begin() + static_cast<ptrdiff_t>(lo), ev);
+}
+
+CGenEvs::iterator CGenEvs::InsertAtBeatPosAndAdjustLength(const CGenEv& ev)
+{
+    auto it = InsertAtBeatPos(ev);
+    const float end = GenIsUndef(ev.mBeatLength) ? ev.mBeatPos : GenAddRegardingUndef(ev.mBeatPos, ev.mBeatLength);
+    if (GenIsDef(ev.mBeatPos) && GenIsDef(end) && (GenIsUndef(mLength) || end > mLength))
+        mLength = end;
+    return it;
+}
+
+CGenEvs::iterator CGenEvs::InsertNoteRandomVel(CGenRandom& random, float pos, int channel, int noteNr, int velMin, int velMax,
+    float length)
+{
+    int vel = velMin;
+    if (velMax > velMin)
+        vel = velMin + static_cast<int>(random.Next() % static_cast<uint32_t>(velMax - velMin));
+    CGenEv ev(pos, length, st_NoteOn | (channel & 0x0F), noteNr, vel);
+    return InsertAtBeatPos(ev);
+}
+
+CGenEvs::const_iterator CGenEvs::FindEvReverse(const_iterator start, float pos, int status, int channel, int mb1, int mb2) const
+{
+    if (empty())
+        return end();
+    auto it = start;
+    if (it == end())
+        --it;
+    const bool posDefined = GenIsDef(pos);
+    while (true) {
+        const CGenEv& ev = *it;
+        if (posDefined && ev.mBeatPos < pos)
+            return end();
+        const bool posOk = !posDefined || ev.mBeatPos == pos;
+        const bool statusOk = status == st_Undefined || (ev.mMB0 & 0xF0) == (status & 0xF0);
+        const bool channelOk = channel == 255 || (ev.mMB0 & 0x0F) == (channel & 0x0F);
+        const bool mb1Ok = mb1 == -1 || ev.mMB1 == mb1;
+        const bool mb2Ok = mb2 == -1 || ev.mMB2 == mb2;
+        if (posOk && statusOk && channelOk && mb1Ok && mb2Ok)
+            return it;
+        if (it == begin())
+            return end();
+        --it;
+    }
+}
+
+CGenEvs CGenEvs::FindEvsNearPos(float pos, float distance) const
+{
+    CGenEvs r;
+    const float lo = std::max(pos - distance, 0.0f);
+    const float hi = pos + distance;
+    for (auto it = EvAtOrAfter(lo); it != end() && it->mBeatPos <= hi; ++it)
+        r.push_back(*it);
+    return r;
+}
+
+std::vector<int> CGenEvs::FindNoteNrsNearPos(float pos, float distance) const
+{
+    std::vector<int> r;
+    const float lo = std::max(pos - distance, 0.0f);
+    const float hi = pos + distance;
+    for (auto it = EvAtOrAfter(lo); it != end() && it->mBeatPos <= hi; ++it)
+        if (it->IsSoundingNote())
+            r.push_back(it->mMB1);
+    return r;
+}
+
+bool CGenEvs::HasAtLeastOneEvWithLayerBitmask() const
+{
+    for (const auto& ev : *this)
+        if (!ev.mRuntimeLayerBitmask.IsEmpty())
+            return true;
+    return false;
+}
+
+void CGenEvs::SortIntoMapByLayerIx(std::map<unsigned long, CGenEvs>& map) const
+{
+    map.clear();
+    for (const auto& ev : *this) {
+        const int ix = ev.mRuntimeLayerBitmask.LowestSetBitIx();
+        const unsigned long key = ix < 0 ? ~0ul : static_cast<unsigned long>(ix);
+        auto [it, inserted] = map.try_emplace(key);
+        if (inserted)
+            it->second.mLength = mLength;
+        it->second.push_back(ev);
+    }
+}
+
+void CGenEvs::EraseEvsInRange(float start, float endPos)
+{
+    erase(std::remove_if(begin(), end(), [&](const CGenEv& ev) { return ev.mBeatPos >= start && ev.mBeatPos < endPos; }),
+        end());
+}
+
+void GenStableSortEvs(std::vector<CGenEv>& evs)
+{
+    const size_t n = evs.size();
+    if (n < 2)
+        return;
+    // Bottom-up merge sort; the right element goes first only when the left
+    // one sorts after it, which keeps equal (and mutually "first") events in
+    // their order.
+    std::vector<CGenEv> buf(n);
+    std::vector<CGenEv>* src = &evs;
+    std::vector<CGenEv>* dst = &buf;
+    for (size_t width = 1; width < n; width *= 2) {
+        for (size_t lo = 0; lo < n; lo += 2 * width) {
+            const size_t mid = std::min(lo + width, n), hi = std::min(lo + 2 * width, n);
+            size_t i = lo, j = mid, k = lo;
+            while (i < mid && j < hi) {
+                if (CompareEv((*src)[i], (*src)[j]) == -1)
+                    (*dst)[k++] = std::move((*src)[j++]);
+                else
+                    (*dst)[k++] = std::move((*src)[i++]);
+            }
+            while (i < mid)
+                (*dst)[k++] = std::move((*src)[i++]);
+            while (j < hi)
+                (*dst)[k++] = std::move((*src)[j++]);
+        }
+        std::swap(src, dst);
+    }
+    if (src != &evs)
+        evs = std::move(*src);
+}
+
+void CGenEvs::SortStable() { GenStableSortEvs(*this); }
+
+bool CGenEvs::IsSortedByCompareEv() const
+{
+    for (size_t i = 1; i < size(); ++i)
+        if (CompareEv((*this)[i - 1], (*this)[i]) == -1)
+            return false;
+    return true;
+}
+
+bool CGenEvs::SerializeToPath(const std::string& path) const
+{
+    try {
+        std::ofstream os(path);
+        if (!os)
+            return false;
+        boost::archive::text_oarchive oa(os);
+        oa << *this;
+        return static_cast<bool>(os);
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+bool CGenEvs::DeserializeFromPath(const std::string& path)
+{
+    try {
+        std::ifstream is(path);
+        if (!is)
+            return false;
+        boost::archive::text_iarchive ia(is);
+        CGenEvs loaded;
+        ia >> loaded;
+        *this = std::move(loaded);
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+void CGenEvs::TraceStream(std::ostream& os) const
+{
+    os << "CGenEvs size " << size() << " length ";
+    if (GenIsUndef(mLength))
+        os << "Undef";
+    else
+        os << mLength;
+    for (const auto& ev : *this)
+        os << "\n  " << ev;
+}
+
+void CGenEvs::TraceStreamBrief(std::ostream& os) const { os << "CGenEvs size " << size(); }
+
+std::ostream& operator<<(std::ostream& os, const CGenEvs& evs)
+{
+    evs.TraceStream(os);
+    return os;
+}
+
+bool CGenEvsCompare::Equal(const CGenEvs& a, const CGenEvs& b) const
+{
+    auto keep = [this](const CGenEv& ev) {
+        switch (mMode) {
+        case 1: return (ev.mMB0 & 0xF0) == st_NoteOn && (ev.mMB2 == -1 || ev.mMB2 >= 1);
+        case 2: return (ev.mMB0 & 0xF0) == st_CtrChange;
+        default: return true;
+        }
+    };
+    auto ia = a.begin(), ib = b.begin();
+    while (true) {
+        while (ia != a.end() && !keep(*ia))
+            ++ia;
+        while (ib != b.end() && !keep(*ib))
+            ++ib;
+        if (ia == a.end() || ib == b.end())
+            return ia == a.end() && ib == b.end();
+        if (!mEvCompare.Equal(*ia, *ib))
+            return false;
+        ++ia;
+        ++ib;
+    }
+}
