@@ -19,3 +19,9 @@
 #include "Generator/CGenEvsNameds.h"
 #include "Generator/harmony/CAbstractNote.h"
 #include "Generator/harmony/CNoteGroupInfos.h"
+
+#include "Generator/timesig/CGenSignTime.h"
+#include "Generator/timesig/CGenEvsSignTime.h"
+#include "Generator/timesig/CGenEvsTempo.h"
+#include "Generator/timesig/CGenEvsSignKey.h"
+#include "Generator/clave/CGenEvsClave.h"
