@@ -1,3 +1,4 @@
+#include "Generator/CGenEv.h"
 #include "Generator/timesig/CGenEvsSignTime.h"
 
 #include "TestSupport/ArchiveRoundTrip.h"
@@ -283,4 +284,37 @@ TEST(CGenEvsSignTimeArchive, RoundTripsAndNeedsCompileAfterLoad)
     EXPECT_NE(xml.find("<TGenEvsSignTime"), std::string::npos);
     EXPECT_NE(xml.find("<CGenSignTime"), std::string::npos);
     EXPECT_NE(xml.find("<mCompoundNoms"), std::string::npos);
+}
+
+TEST(CGenEvPosInBar, ConvertsThroughTheMap)
+{
+    const CGenEvsSignTime m = Map44Then78At8();
+    // An event at 1.5 in a list that starts at 8: absolute 9.5, in the 7/8 bar from 8.
+    CGenEv ev(1.5f, 1.0f, st_NoteOn, 36, 100);
+    EXPECT_EQ(ev.BeatPosAbsInBar(8.0f, m), 1.5f);
+    EXPECT_EQ(ev.BeatPosAbsInBeat(8.0f, m), 0.0f);
+    EXPECT_EQ(ev.EndBeatPosAbsInBar(8.0f, m), 2.5f);
+    EXPECT_EQ(ev.BeatPosAbsInBar(U, m), U);
+
+    ev.SetBeatPosAbsInBar(8.0f, m, 3.0f, TSetBeatPosAbsOption_Allow);
+    EXPECT_EQ(ev.mBeatPos, 3.0f);
+    ev.SetBeatPosAbsInBar(8.0f, m, 4.0f, TSetBeatPosAbsOption_Wrap);
+    EXPECT_EQ(ev.mBeatPos, 0.5f);
+    ev.SetBeatPosAbsInBar(8.0f, m, 4.0f, TSetBeatPosAbsOption_Clamp);
+    EXPECT_EQ(ev.mBeatPos, 3.5f - TGenBeatPos_Unit);
+    ev.SetBeatPosAbsInBar(8.0f, m, 5.0f, TSetBeatPosAbsOption_Allow);
+    EXPECT_EQ(ev.mBeatPos, 5.0f);
+    // Now in the bar from 11.5: beat grid of eighths.
+    ev.SetBeatPosAbsInBeat(8.0f, m, 0.25f, TSetBeatPosAbsOption_Allow);
+    EXPECT_EQ(ev.mBeatPos, 5.25f);
+    ev.SetBeatPosAbsInBeat(8.0f, m, 0.75f, TSetBeatPosAbsOption_Wrap);
+    EXPECT_EQ(ev.mBeatPos, 5.25f);
+    ev.SetBeatPosAbsInBeat(8.0f, m, -1.0f, TSetBeatPosAbsOption_Clamp);
+    EXPECT_EQ(ev.mBeatPos, 5.0f);
+
+    CGenEv noLength(2.0f, TGenBeatLength_Undef, st_NoteOn, 36, 100);
+    EXPECT_EQ(noLength.EndBeatPosAbsInBar(0.0f, m), U);
+    CGenEv undefPos(U, 1.0f, st_NoteOn, 36, 100);
+    undefPos.SetBeatPosAbsInBar(0.0f, m, 1.0f, TSetBeatPosAbsOption_Allow);
+    EXPECT_EQ(undefPos.mBeatPos, U);
 }
