@@ -25,3 +25,6 @@
 #include "Generator/timesig/CGenEvsTempo.h"
 #include "Generator/timesig/CGenEvsSignKey.h"
 #include "Generator/clave/CGenEvsClave.h"
+#include "Generator/timesig/CGenSignTimeTrafoStep.h"
+#include "Generator/timesig/CGenSignTimeTrafos.h"
+#include "Generator/timesig/CGenSTTrafoCalcFallback.h"
