@@ -3,8 +3,6 @@
 #include <Generator/instruments/CGenConvertMappingFactory.h>
 #include <Generator/instruments/CGenInstTreeReport.h>
 
-#include <CLI/CLI.hpp>
-
 #include <iostream>
 #include <memory>
 #include <string>
@@ -19,7 +17,7 @@ void Print(bool ok, const std::string& text, int& exitCode)
 
 } // namespace
 
-void AddInstCommands(CLI::App& app, int& exitCode)
+void zkgen::cli::AddInstCommands(CLI::App& app, int& exitCode)
 {
     CLI::App* inst = app.add_subcommand("inst", "Instrument paths: expand and resolve them, show the tree, convert uids");
     inst->require_subcommand(1);

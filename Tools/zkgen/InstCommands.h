@@ -1,9 +1,12 @@
 #pragma once
 
-namespace CLI {
-class App;
-}
+#include <CLI/CLI.hpp>
 
-// Registers "inst resolve EXPR", "inst tree [PATH]" and "inst convert UID"
-// for content authors; a failing command sets `exitCode` to 1.
+namespace zkgen::cli {
+
+// Registers "inst resolve EXPR", "inst tree [PATH]" and "inst convert UID
+// [--mapping mb3|ctrl|KEY]" for content authors; a failing command prints its
+// reason to stderr and sets `exitCode` to 1.
 void AddInstCommands(CLI::App& app, int& exitCode);
+
+} // namespace zkgen::cli
