@@ -294,10 +294,27 @@ void CGenSignTimeTrafos::_TransformWithLayerBitmaskFromTo(const CGenSignTime& so
     evs.SortIntoMapByLayerIx(byLayer);
     for (auto& [layerIx, layerEvs] : byLayer)
         FindTransformOrFallbackForLayerIxFromTo(layerIx, source, target, defaultMetre).Transform(layerEvs);
+    // Each event is put in by binary search on CompareEv, exactly as
+    // CGenEvs::InsertAtBeatPos would; the search runs on pointers so that the
+    // insertions move pointers rather than events.
+    std::vector<CGenEv*> order;
+    for (auto& [layerIx, layerEvs] : byLayer) {
+        for (CGenEv& ev : layerEvs) {
+            size_t lo = 0, hi = order.size();
+            while (lo < hi) {
+                const size_t mid = lo + (hi - lo) / 2;
+                if (CompareEv(*order[mid], ev) == 1)
+                    lo = mid + 1;
+                else
+                    hi = mid;
+            }
+            order.insert(order.begin() + static_cast<ptrdiff_t>(lo), &ev);
+        }
+    }
     evs.clear();
-    for (const auto& [layerIx, layerEvs] : byLayer)
-        for (const CGenEv& ev : layerEvs)
-            evs.InsertAtBeatPos(ev);
+    evs.reserve(order.size());
+    for (CGenEv* ev : order)
+        evs.push_back(std::move(*ev));
 }
 
 void CGenSignTimeTrafos::_TransformWithoutLayerBitmaskFromTo(const CGenSignTime& source, const CGenSignTime& target,
