@@ -28,6 +28,22 @@ float ApplySetOption(float posInGrid, float gridLength, TSetBeatPosAbsOption opt
     return r >= gridLength ? 0.0f : r;
 }
 
+// Puts the event at posInGrid in the bar (or beat) that holds it now.
+void SetPosInGrid(CGenEv& ev, float evsNamedStart, const CGenEvsSignTime& signTimes, float posInGrid,
+    TSetBeatPosAbsOption option, bool beatGrid)
+{
+    const float abs = GenAddRegardingUndef(evsNamedStart, ev.mBeatPos);
+    if (GenIsUndef(abs))
+        return;
+    const float gridStart = beatGrid ? signTimes.FindBeatStartPos(abs, 4) : signTimes.FindBarStartPos(abs, 4);
+    if (GenIsUndef(gridStart))
+        return;
+    const CGenSignTime& metre = signTimes.FindSignTimeAtOrBeforeExtendingFirstToLeft(abs)->mSignTime;
+    const float p = ApplySetOption(posInGrid, beatGrid ? metre.DenomLength() : metre.BarLength(), option);
+    if (GenIsDef(p))
+        ev.mBeatPos = gridStart + p - evsNamedStart;
+}
+
 } // namespace
 
 float CGenEv::BeatPosAbsInBar(float evsNamedStart, const CGenEvsSignTime& signTimes) const
@@ -39,16 +55,7 @@ float CGenEv::BeatPosAbsInBar(float evsNamedStart, const CGenEvsSignTime& signTi
 void CGenEv::SetBeatPosAbsInBar(float evsNamedStart, const CGenEvsSignTime& signTimes, float posInBar,
     TSetBeatPosAbsOption option)
 {
-    const float abs = GenAddRegardingUndef(evsNamedStart, mBeatPos);
-    if (GenIsUndef(abs))
-        return;
-    const float barStart = signTimes.FindBarStartPos(abs, 4);
-    if (GenIsUndef(barStart))
-        return;
-    auto it = signTimes.FindSignTimeAtOrBeforeExtendingFirstToLeft(barStart);
-    const float p = ApplySetOption(posInBar, it->mSignTime.BarLength(), option);
-    if (GenIsDef(p))
-        mBeatPos = barStart + p - evsNamedStart;
+    SetPosInGrid(*this, evsNamedStart, signTimes, posInBar, option, false);
 }
 
 float CGenEv::BeatPosAbsInBeat(float evsNamedStart, const CGenEvsSignTime& signTimes) const
@@ -60,16 +67,7 @@ float CGenEv::BeatPosAbsInBeat(float evsNamedStart, const CGenEvsSignTime& signT
 void CGenEv::SetBeatPosAbsInBeat(float evsNamedStart, const CGenEvsSignTime& signTimes, float posInBeat,
     TSetBeatPosAbsOption option)
 {
-    const float abs = GenAddRegardingUndef(evsNamedStart, mBeatPos);
-    if (GenIsUndef(abs))
-        return;
-    const float beatStart = signTimes.FindBeatStartPos(abs, 4);
-    if (GenIsUndef(beatStart))
-        return;
-    auto it = signTimes.FindSignTimeAtOrBeforeExtendingFirstToLeft(abs);
-    const float p = ApplySetOption(posInBeat, it->mSignTime.DenomLength(), option);
-    if (GenIsDef(p))
-        mBeatPos = beatStart + p - evsNamedStart;
+    SetPosInGrid(*this, evsNamedStart, signTimes, posInBeat, option, true);
 }
 
 float CGenEv::EndBeatPosAbsInBar(float evsNamedStart, const CGenEvsSignTime& signTimes) const

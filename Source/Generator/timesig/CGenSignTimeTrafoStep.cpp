@@ -1,6 +1,5 @@
 #include "Generator/timesig/CGenSignTimeTrafoStep.h"
 
-#include <typeinfo>
 
 namespace zkgen {
 
@@ -56,25 +55,6 @@ void ApplySTEdit(CGenRange<float>& range, const TSTEdit& e, float barStart)
 }
 
 } // namespace zkgen
-
-namespace {
-
-template <class TStep>
-bool SameStep(const TStep& self, const CGenSignTimeTrafoStep_Base& o)
-{
-    const auto* other = dynamic_cast<const TStep*>(&o);
-    if (!other || typeid(o) != typeid(TStep))
-        return false;
-    const zkgen::TSTEdit a = self.Edit(), b = other->Edit();
-    return a.mFrom == b.mFrom && a.mLength == b.mLength && a.mAt == b.mAt;
-}
-
-} // namespace
-
-bool CGenSignTimeTrafoStep_Erase::IsEqualTo(const CGenSignTimeTrafoStep_Base& o) const { return SameStep(*this, o); }
-bool CGenSignTimeTrafoStep_InsertSilence::IsEqualTo(const CGenSignTimeTrafoStep_Base& o) const { return SameStep(*this, o); }
-bool CGenSignTimeTrafoStep_CopyInsert::IsEqualTo(const CGenSignTimeTrafoStep_Base& o) const { return SameStep(*this, o); }
-bool CGenSignTimeTrafoStep_Move::IsEqualTo(const CGenSignTimeTrafoStep_Base& o) const { return SameStep(*this, o); }
 
 CGenSignTimeTrafoSteps::CGenSignTimeTrafoSteps(const CGenSignTimeTrafoSteps& o)
 {

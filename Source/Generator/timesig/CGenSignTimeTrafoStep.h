@@ -11,6 +11,7 @@
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 namespace zkgen {
@@ -190,8 +191,26 @@ public:
     std::string TraceBriefString() const { return TraceString(); }
 };
 
+// Cloning and comparison for the concrete steps: equal when of the same type
+// with the same edit.
+template <class TDerived>
+class CGenSignTimeTrafoStep_Impl : public CGenSignTimeTrafoStep_Base {
+public:
+    bool IsEqualTo(const CGenSignTimeTrafoStep_Base& o) const override
+    {
+        if (typeid(o) != typeid(TDerived))
+            return false;
+        const zkgen::TSTEdit a = Edit(), b = o.Edit();
+        return a.mFrom == b.mFrom && a.mLength == b.mLength && a.mAt == b.mAt;
+    }
+    std::unique_ptr<CGenSignTimeTrafoStep_Base> Clone() const override
+    {
+        return std::make_unique<TDerived>(static_cast<const TDerived&>(*this));
+    }
+};
+
 // Cuts [at, at + length) out of the bar.
-class CGenSignTimeTrafoStep_Erase : public CGenSignTimeTrafoStep_Base {
+class CGenSignTimeTrafoStep_Erase : public CGenSignTimeTrafoStep_Impl<CGenSignTimeTrafoStep_Erase> {
 public:
     float mAt = 0.0f;
     float mLength = 0.0f;
@@ -201,11 +220,6 @@ public:
 
     zkgen::TSTEdit Edit() const override { return {zkgen::TSTEditKind::Erase, 0.0f, mLength, mAt}; }
     void Offset(float delta) override { mAt += delta; }
-    bool IsEqualTo(const CGenSignTimeTrafoStep_Base& o) const override;
-    std::unique_ptr<CGenSignTimeTrafoStep_Base> Clone() const override
-    {
-        return std::make_unique<CGenSignTimeTrafoStep_Erase>(*this);
-    }
     void TraceStream(std::ostream& os) const override
     {
         os << "CGenSignTimeTrafoStep_Erase: EraseAtBeatPos " << mAt << ", ForLength " << mLength;
@@ -213,7 +227,7 @@ public:
 };
 
 // Opens a gap of length at `at`.
-class CGenSignTimeTrafoStep_InsertSilence : public CGenSignTimeTrafoStep_Base {
+class CGenSignTimeTrafoStep_InsertSilence : public CGenSignTimeTrafoStep_Impl<CGenSignTimeTrafoStep_InsertSilence> {
 public:
     float mAt = 0.0f;
     float mLength = 0.0f;
@@ -223,11 +237,6 @@ public:
 
     zkgen::TSTEdit Edit() const override { return {zkgen::TSTEditKind::InsertSilence, 0.0f, mLength, mAt}; }
     void Offset(float delta) override { mAt += delta; }
-    bool IsEqualTo(const CGenSignTimeTrafoStep_Base& o) const override;
-    std::unique_ptr<CGenSignTimeTrafoStep_Base> Clone() const override
-    {
-        return std::make_unique<CGenSignTimeTrafoStep_InsertSilence>(*this);
-    }
     void TraceStream(std::ostream& os) const override
     {
         os << "CGenSignTimeTrafoStep_InsertSilence: InsertAtBeatPos " << mAt << ", ForLength " << mLength;
@@ -235,7 +244,7 @@ public:
 };
 
 // Repeats [from, from + length) at `at`, moving what follows.
-class CGenSignTimeTrafoStep_CopyInsert : public CGenSignTimeTrafoStep_Base {
+class CGenSignTimeTrafoStep_CopyInsert : public CGenSignTimeTrafoStep_Impl<CGenSignTimeTrafoStep_CopyInsert> {
 public:
     float mFrom = 0.0f;
     float mLength = 0.0f;
@@ -250,11 +259,6 @@ public:
         mFrom += delta;
         mAt += delta;
     }
-    bool IsEqualTo(const CGenSignTimeTrafoStep_Base& o) const override;
-    std::unique_ptr<CGenSignTimeTrafoStep_Base> Clone() const override
-    {
-        return std::make_unique<CGenSignTimeTrafoStep_CopyInsert>(*this);
-    }
     void TraceStream(std::ostream& os) const override
     {
         os << "CGenSignTimeTrafoStep_CopyInsert: CopyFromBeatPos " << mFrom << ", ForLength " << mLength
@@ -264,7 +268,7 @@ public:
 
 // A move of a stretch. No preset or fallback makes one; it exists so that a
 // transformation can name it, and its transforms leave everything as it is.
-class CGenSignTimeTrafoStep_Move : public CGenSignTimeTrafoStep_Base {
+class CGenSignTimeTrafoStep_Move : public CGenSignTimeTrafoStep_Impl<CGenSignTimeTrafoStep_Move> {
 public:
     float mFrom = 0.0f;
     float mLength = 0.0f;
@@ -278,11 +282,6 @@ public:
     {
         mFrom += delta;
         mTo += delta;
-    }
-    bool IsEqualTo(const CGenSignTimeTrafoStep_Base& o) const override;
-    std::unique_ptr<CGenSignTimeTrafoStep_Base> Clone() const override
-    {
-        return std::make_unique<CGenSignTimeTrafoStep_Move>(*this);
     }
     void TraceStream(std::ostream& os) const override
     {
