@@ -428,3 +428,59 @@ TEST(CGenSignTimeTrafos, RandomListsGiveWholeTargetBarsForEveryMetre)
         }
     }
 }
+
+TEST(CGenSignTimeTrafoSteps, EditsKeepLengthsInStep)
+{
+    auto evsWith = [](std::initializer_list<std::pair<float, float>> posLengths, float length) {
+        CGenEvs evs(length);
+        int nr = 36;
+        for (const auto& [pos, len] : posLengths)
+            evs.InsertAtBeatPos(CGenEv(pos, len, st_NoteOn, nr++, 100));
+        return evs;
+    };
+    auto lengths = [](const CGenEvs& evs) {
+        std::vector<float> r;
+        for (const CGenEv& ev : evs)
+            r.push_back(ev.mBeatLength);
+        return r;
+    };
+    // Silence at 1 for 0.5: a note across the whole gap grows, one ending inside it doesn't.
+    CGenEvs evs = evsWith({{0.0f, 2.0f}, {0.5f, 0.75f}, {1.0f, 0.5f}}, 4.0f);
+    CGenSignTimeTrafoStep_InsertSilence(1.0f, 0.5f).Transform(evs, 0.0f);
+    EXPECT_EQ(lengths(evs), (std::vector<float> {2.5f, 0.75f, 0.5f}));
+    EXPECT_EQ(evs[2].mBeatPos, 1.5f);
+    EXPECT_EQ(evs.mLength, 4.5f);
+
+    // Erase [1, 1.5) in the bar from 4: a note reaching into it loses the overlap only.
+    evs = evsWith({{4.5f, 2.0f}, {4.75f, 0.5f}, {5.25f, 1.0f}, {6.0f, TGenBeatLength_Undef}}, 8.0f);
+    CGenSignTimeTrafoStep_Erase(1.0f, 0.5f).Transform(evs, 4.0f);
+    EXPECT_EQ(PosNotes(evs), (TPosNotes {{4.5f, 36}, {4.75f, 37}, {5.5f, 39}}));
+    EXPECT_EQ(lengths(evs)[0], 1.5f);
+    EXPECT_EQ(lengths(evs)[1], 0.25f);
+    EXPECT_TRUE(GenIsUndef(lengths(evs)[2]));
+    EXPECT_EQ(evs.mLength, 7.5f);
+    // A list that ends before the stretch keeps its length; one ending inside it ends at its start.
+    evs.mLength = 4.5f;
+    CGenSignTimeTrafoStep_Erase(1.0f, 0.5f).Transform(evs, 4.0f);
+    EXPECT_EQ(evs.mLength, 4.5f);
+    evs.mLength = 5.25f;
+    CGenSignTimeTrafoStep_Erase(1.0f, 0.5f).Transform(evs, 4.0f);
+    EXPECT_EQ(evs.mLength, 5.0f);
+
+    // Copies carry every field of their source.
+    evs = evsWith({{0.0f, 0.25f}, {1.25f, 0.25f}, {2.0f, 0.25f}}, 4.0f);
+    evs[1].mRelVel = 77;
+    evs[1].mRuntimeLayerBitmask = CGenBitmask(4);
+    CGenSignTimeTrafoStep_CopyInsert(1.0f, 0.5f, 1.5f).Transform(evs, 0.0f);
+    ASSERT_EQ(evs.size(), 4u);
+    EXPECT_EQ(evs[2].mBeatPos, 1.75f);
+    EXPECT_EQ(evs[2].mRelVel, 77);
+    EXPECT_EQ(evs[2].mRuntimeLayerBitmask, CGenBitmask(4));
+    EXPECT_EQ(evs[3].mBeatPos, 2.5f);
+    EXPECT_EQ(evs.mLength, 4.5f);
+
+    // The move step names a stretch but edits nothing.
+    CGenEvs before = evs;
+    CGenSignTimeTrafoStep_Move(0.0f, 1.0f, 2.0f).Transform(evs, 0.0f);
+    EXPECT_EQ(evs, before);
+}
