@@ -1,4 +1,46 @@
 #!/usr/bin/env bash
-set -euo pipefail
+# The command-line front end: versions, help, plain refusals of missing
+# content and bad input, and the memento round trip through a file.
+set -uo pipefail
 zkgen=$1
-"$zkgen" >/dev/null
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+fail() { echo "FAIL: $*"; exit 1; }
+
+out=$("$zkgen" --version) || fail "--version exited non-zero"
+[[ $out == zkgen\ * ]] || fail "--version printed '$out'"
+"$zkgen" --help | grep -q generate || fail "--help doesn't list generate"
+"$zkgen" generate --help | grep -q -- --memento || fail "generate --help doesn't list --memento"
+
+# Missing or empty content: a plain message and a non-zero exit, no crash.
+out=$("$zkgen" generate 2>&1); rc=$?
+[ $rc -ne 0 ] && [ $rc -lt 128 ] || fail "generate without a library: rc $rc"
+grep -q "no content library" <<<"$out" || fail "generate without a library said: $out"
+out=$("$zkgen" generate --library "$work/none.glibb" 2>&1); rc=$?
+[ $rc -ne 0 ] && [ $rc -lt 128 ] || fail "missing library: rc $rc"
+grep -q "content library not found: $work/none.glibb" <<<"$out" || fail "missing library said: $out"
+mkdir "$work/empty.glibb"
+out=$("$zkgen" generate --library "$work/empty.glibb" 2>&1); rc=$?
+[ $rc -ne 0 ] && [ $rc -lt 128 ] || fail "empty library: rc $rc"
+grep -q "holds no genres" <<<"$out" || fail "empty library said: $out"
+
+# Bad region input.
+out=$("$zkgen" generate --builtin-default-genre --time-signature 7/9 2>&1); rc=$?
+[ $rc -ne 0 ] && [ $rc -lt 128 ] || fail "bad signature: rc $rc"
+grep -q "time signature '7/9'" <<<"$out" || fail "bad signature said: $out"
+"$zkgen" generate --builtin-default-genre --complexity 150 >/dev/null 2>&1 && fail "complexity 150 accepted"
+out=$("$zkgen" generate --builtin-default-genre --genre Nope 2>&1); rc=$?
+[ $rc -ne 0 ] || fail "unknown genre accepted"
+
+# The memento survives from call to call.
+m="$work/region.memento"
+"$zkgen" generate --builtin-default-genre --bars 2 --memento "$m" --seed-mode increment --what fills --json >"$work/1.json" || fail "first generate"
+grep -q '"seeds":\[0,0,0,1,0\]' "$work/1.json" || fail "first seeds: $(cat "$work/1.json")"
+"$zkgen" generate --builtin-default-genre --bars 2 --memento "$m" --seed-mode increment --what fills --json >"$work/2.json" || fail "second generate"
+grep -q '"seeds":\[0,0,0,2,0\]' "$work/2.json" || fail "second seeds: $(cat "$work/2.json")"
+grep -q "<key>Seeds</key>" "$m" || fail "memento is not an XML property list"
+# A damaged memento is reported and left as it was.
+echo "garbage" >"$m"
+"$zkgen" generate --builtin-default-genre --memento "$m" >/dev/null 2>&1 && fail "damaged memento accepted"
+[ "$(cat "$m")" = "garbage" ] || fail "damaged memento was overwritten"
+echo "zkgen cli: ok"

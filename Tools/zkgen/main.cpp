@@ -1,3 +1,28 @@
+// zkgen: the command-line front end of the engine.
+
+#include "GenerateCommand.h"
+
 #include <ZKGenEngine.h>
-#include <cstdio>
-int main() { std::printf("zkgen %s\n", ZKGENENGINE_VERSION_STRING); return 0; }
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+
+int main(int argc, char** argv)
+{
+    TolvarInit();
+    CLI::App app {"zkgen: performs a song region with a content library"};
+    app.set_version_flag("--version", std::string("zkgen ") + ZKGENENGINE_VERSION_STRING);
+    app.require_subcommand(1);
+
+    int exitCode = 0;
+    zkgen::cli::GenerateOptions generateOptions;
+    zkgen::cli::AddGenerateCommand(app, generateOptions, exitCode);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e);
+    }
+    return exitCode;
+}

@@ -1,0 +1,15 @@
+#include "Generator/CGenContext.h"
+
+#include "Generator/CGenGeneratorParams.h"
+
+CGenContext::CGenContext(CGenGeneratorParams* params, CGenGenreLib* genreLib, CGenInstLib* instLib, const CGenDrumMap* drumMap)
+    : mParams(params), mGenreLib(genreLib), mInstLib(instLib), mDrumMap(drumMap)
+{
+}
+
+float CGenContext::GeneratePosAbs() const
+{
+    if (!mParams)
+        return TGenBeatPosAbs_Undef;
+    return GenAddRegardingUndef(mGeneratePos, mParams->mGenerateStartLeftBarPosAbs);
+}

@@ -1,0 +1,454 @@
+#include "Generator/CGenGenerator.h"
+
+#include "Generator/CGenContext.h"
+#include "Platform/ZKTime.h"
+
+#include <cmath>
+#include <mutex>
+
+CGenGenerator::GenerateRuntimeData::GenerateRuntimeData() = default;
+CGenGenerator::GenerateRuntimeData::~GenerateRuntimeData() = default;
+
+void CGenGenerator::GenerateRuntimeData::Reset()
+{
+    mContext.reset();
+    mMementoIn.reset();
+    mMemento.reset();
+    mOutInfo.reset();
+    mGenreLib = nullptr;
+    mInstLib = nullptr;
+    mDrumMap = nullptr;
+    mDrumMapForScripts = nullptr;
+    mParams = nullptr;
+    mGenerateStartPosAbs = 0.0f;
+    mGenerateStartLeftBarPosAbs = 0.0f;
+    mGenerateLength = 0.0f;
+    mGeneratePosInBar = 0.0f;
+}
+
+CGenGenerator::CGenGenerator() : mRuntimeData(std::make_unique<GenerateRuntimeData>()) {}
+CGenGenerator::~CGenGenerator() = default;
+
+std::shared_ptr<TGenDict> CGenGenerator::Generate(TGenerateWhat what, TRandomSeedMode seedMode, CGenGeneratorParams& params,
+    TGenDict* memento, CGenEvsNameds& evs)
+{
+    // The pre stage's result isn't examined: later stages find missing state
+    // and return on their own.
+    _Generate_Pre(params, what, memento);
+    if (seedMode == TRandomSeedMode_Reset)
+        _Generate_Memento_InitAllSeeds(0);
+    else if (seedMode == TRandomSeedMode_SystemClock)
+        mClockSeed = ZKClockSeed();
+    _Generate_AllPatternGraphs(what, seedMode);
+    _Generate_Post(evs, seedMode);
+    if (memento && mRuntimeData->mMemento)
+        *memento = *mRuntimeData->mMemento;
+    if (!mRuntimeData->mOutInfo)
+        return nullptr;
+    return std::make_shared<TGenDict>(*mRuntimeData->mOutInfo);
+}
+
+bool CGenGenerator::_Generate_Pre(CGenGeneratorParams& params, TGenerateWhat what, TGenDict* memento)
+{
+    const bool ok = _Generate_Pre_WithoutActnAndMemento(params);
+    _Generate_Memento_Setup(memento);
+    mGenerateWhat = what;
+    return ok;
+}
+
+bool CGenGenerator::Generate_PreTasksThatOnlyNeedParamsGlobal(CGenGeneratorParams& params)
+{
+    return _Generate_Pre_WithoutActnAndMemento(params);
+}
+
+void CGenGenerator::Generate_PerformIncrementalPreTasks(CGenGeneratorParams&, float, float) {}
+
+bool CGenGenerator::_Generate_Pre_WithoutActnAndMemento(CGenGeneratorParams& params)
+{
+    GenerateRuntimeData& rt = *mRuntimeData;
+    rt.Reset();
+    CGenGenreLib* genreLib = mGenreLibs.FindGenreLib(params.mGenre);
+    CGenInstLib* instLib = genreLib ? genreLib->FindInstLib(params.mInstType) : nullptr;
+    if (!genreLib || !instLib)
+        return false;
+
+    if (params.mEvsSignTime.empty())
+        params.mEvsSignTime.InsertAtCorrectBeatPos(CGenEvSignTime(0.0f, CGenSignTime(4, 2)));
+    if (params.mEvsTempo.empty())
+        params.mEvsTempo.InsertAtCorrectBeatPos(CGenEvTempo(0.0f, -1.0));
+
+    params.mGenerateStartLeftBarPosAbs = params.CalcGenerateStartLeftBarPosAbs();
+    _Generate_TempoScalePre(params);
+
+    rt.mGenreLib = genreLib;
+    rt.mInstLib = instLib;
+    rt.mParams = &params;
+
+    rt.mContext = std::make_unique<CGenContext>(&params, genreLib, instLib, rt.mDrumMap);
+    CGenContext& context = *rt.mContext;
+    context.mRandom.SetSeed(ZKClockSeed());
+    const CGenInstLib& firstInstLib = mGenreLibs.front().mInstLibs.empty() ? *instLib : mGenreLibs.front().mInstLibs.front();
+    context.SetFillSeed(firstInstLib.PatternGraph(TPatternGraphType_AccentFamily).Random().State());
+
+    rt.mOutInfo = std::make_shared<TGenDict>();
+    context.SetGeneratePos(0.0f);
+
+    if (!_Generate_LuaScript_Setup())
+        return false;
+
+    _Generate_ConvertPatternCoordExtToInt(params, instLib);
+    const float endPos = GenAddRegardingUndef(params.mGenerateStartPosAbs, params.mGenerateLength);
+    _Generate_CreateEvsClaveIxPatternHist(params, genreLib, params.mGenerateStartLeftBarPosAbs, endPos);
+    return true;
+}
+
+void CGenGenerator::_Generate_TempoScalePre(CGenGeneratorParams& params)
+{
+    GenerateRuntimeData& rt = *mRuntimeData;
+    rt.mGenerateStartPosAbs = params.mGenerateStartPosAbs;
+    rt.mGenerateStartLeftBarPosAbs = params.mGenerateStartLeftBarPosAbs;
+    rt.mGenerateLength = params.mGenerateLength;
+    rt.mGeneratePosInBar = GenSubRegardingUndef(params.mGenerateStartPosAbs, params.mGenerateStartLeftBarPosAbs);
+
+    const double s = params.mTempoScale;
+    if (s == 1.0 || s == 0.0)
+        return;
+    const float L = params.mGenerateStartLeftBarPosAbs;
+    // Positions after the left bar stretch about it; positions at or before stay.
+    auto scale = [L, s](float p) -> float {
+        if (GenIsUndef(p) || GenIsUndef(L) || p <= L)
+            return p;
+        return static_cast<float>((static_cast<double>(p) - L) * s + L);
+    };
+
+    CGenEvsSignTime& signs = params.mEvsSignTime;
+    for (size_t i = 0; i < signs.size(); ++i) {
+        const float thisPos = signs[i].mBeatPosAbs;
+        signs[i].mBeatPosAbs = scale(thisPos);
+        // At half time every signature change must still start a whole bar of
+        // the compressed grid: the predecessor's denominator doubles, or the
+        // remainder becomes a bar of its own.
+        if (s == 0.5 && i > 0 && GenIsDef(L) && thisPos >= L) {
+            CGenEvSignTime& prev = signs[i - 1];
+            const float newPos = signs[i].mBeatPosAbs;
+            const double d = newPos - std::max(L, prev.mBeatPosAbs);
+            const double bar = GenBarLengthInBeats(prev.mSignTime.mNom, prev.mSignTime.mDenom);
+            if (bar > d) {
+                prev.mSignTime.mDenom += 1;
+            } else if (std::fmod(d, bar) > 0.0001) {
+                CGenEvSignTime inserted = prev;
+                inserted.mSignTime.mDenom += 1;
+                inserted.mBeatPosAbs = static_cast<float>(newPos - GenBarLengthInBeats(prev.mSignTime.mNom, inserted.mSignTime.mDenom));
+                signs.insert(signs.begin() + static_cast<ptrdiff_t>(i), inserted);
+                ++i;
+            }
+        }
+    }
+    signs.SetNeedsCompile();
+    for (auto& t : params.mEvsTempo) {
+        t.mBeatPosAbs = scale(t.mBeatPosAbs);
+        if (t.mTempo != -1.0)
+            t.mTempo *= s;
+    }
+    for (auto& m : params.mEvsBeatedRegionParameters)
+        m.mBeatPos = scale(m.mBeatPos);
+    for (auto& c : params.mEvsChord)
+        c.mBeatPosAbs = scale(c.mBeatPosAbs);
+    for (auto& c : params.mEvsClave)
+        c.mBeatPos = scale(c.mBeatPos);
+    signs.Compile();
+
+    params.mGenerateStartPosAbs = scale(params.mGenerateStartPosAbs);
+    params.mGenerateLength = GenIsDef(params.mGenerateLength) ? static_cast<float>(params.mGenerateLength * s) : params.mGenerateLength;
+    params.mGenerateStartLeftBarPosAbs = params.mGenerateStartPosAbs;
+    if (GenIsDef(params.mGenerateStartPosAbs)) {
+        const float bar = signs.FindBarStartPos(params.mGenerateStartPosAbs, 4);
+        if (GenIsDef(bar))
+            params.mGenerateStartLeftBarPosAbs = bar;
+    }
+}
+
+CGenStyle* CGenGenerator::_CurrentStyle()
+{
+    GenerateRuntimeData& rt = *mRuntimeData;
+    if (!rt.mParams || !rt.mInstLib || !rt.mInstLib->mStyles)
+        return nullptr;
+    const size_t ix = static_cast<size_t>(rt.mParams->StyleIxOrFirst());
+    return ix < rt.mInstLib->mStyles->size() ? &(*rt.mInstLib->mStyles)[ix] : nullptr;
+}
+
+bool CGenGenerator::_Generate_LuaScript_Setup()
+{
+    CGenStyle* style = _CurrentStyle();
+    if (!style || !mRuntimeData->mContext)
+        return false;
+    style->LoadStyleGraphsIfNotCachedAlready();
+    mRuntimeData->mContext->mStyle = style;
+    // The script runtime hooks in here ("runOnCharacterLoad", "runOnGenerateBegin");
+    // without it there is nothing that could fail.
+    return true;
+}
+
+void CGenGenerator::_Generate_ConvertPatternCoordExtToInt(CGenGeneratorParams& params, const CGenInstLib* instLib)
+{
+    params.CalcPatternCoordStaticIntFromExt(instLib);
+    params.ConvertArrangeMarkersExtToInt(CGenInstLib::PatternCoordConvForType(instLib, TPatternGraphType_AccentFamily),
+        CGenInstLib::PatternCoordConvForType(instLib, TPatternGraphType_System),
+        CGenInstLib::PatternCoordConvForType(instLib, TPatternGraphType_Fill));
+}
+
+void CGenGenerator::_Generate_CreateEvsClaveIxPatternHist(CGenGeneratorParams&, CGenGenreLib*, float, float)
+{
+    // The clave timetable of the region comes from clave-to-pattern matching,
+    // which isn't part of the engine yet.
+}
+
+void CGenGenerator::_Generate_AllPatternGraphs(TGenerateWhat what, TRandomSeedMode seedMode)
+{
+    if (static_cast<int>(what) > static_cast<int>(TGenerateWhat_RenderOnly))
+        return;
+    constexpr TPatternGraphType kOrder[] = {TPatternGraphType_Fill, TPatternGraphType_AccentFamily,
+        TPatternGraphType_AccentAddon, TPatternGraphType_System, TPatternGraphType_Percussion};
+    for (TPatternGraphType type : kOrder)
+        _Generate_PatternGraph(type, SeedModeForLayer(what, seedMode, type));
+}
+
+void CGenGenerator::_Generate_PatternGraph(TPatternGraphType type, TRandomSeedMode seedMode)
+{
+    GenerateRuntimeData& rt = *mRuntimeData;
+    CGenGeneratorParams* params = rt.mParams;
+    CGenContext* context = rt.mContext.get();
+    CGenStyle* style = _CurrentStyle();
+    if (!params || !context || !style)
+        return;
+    style->LoadStyleGraphsIfNotCachedAlready();
+    CGenPatternGraphBoost& graph = rt.mInstLib->PatternGraph(type);
+    context->mPatternGraph = &graph;
+    context->mRegionLeftCornerEditOffset =
+        static_cast<float>(rt.mMemento->DoubleForKey(kMemento_RegionLeftCornerEditOffset, 0.0));
+
+    _Generate_RandomSeedReadStoreAndSetForPatternGraphType(seedMode, type);
+    _Generate_Memento_Update(seedMode);
+
+    // Fill lock: while it is on, fills are generated with the complexity and
+    // seed stored when it was switched on.
+    const TGenDict& memento = *rt.mMemento;
+    const bool lockApplies = type == TPatternGraphType_Fill || params->mInstType != TGenInstType_Drums;
+    if (lockApplies && params->RegionParameterFloat(CGenGeneratorParamsRegion::kFillLockEnabled) != 0.0) {
+        if (memento.HasKey(kMemento_FillLock_ComplexityAtGenerate))
+            params->SetRegionParameterFloat(CGenGeneratorParamsRegion::kComplexityForFills,
+                memento.DoubleForKey(kMemento_FillLock_ComplexityAtGenerate));
+        if (memento.HasKey(kMemento_FillLock_FillSeedAtGenerate)) {
+            const uint32_t fillSeed = static_cast<uint32_t>(memento.IntegerForKey(kMemento_FillLock_FillSeedAtGenerate));
+            if (type == TPatternGraphType_Fill)
+                graph.Random().SetSeed(fillSeed);
+            context->SetFillSeed(params->mInstType == TGenInstType_Drums ? 0u : fillSeed);
+        }
+    } else {
+        params->SetRegionParameterFloat(CGenGeneratorParamsRegion::kComplexityForFills,
+            params->RegionParameterFloat(CGenGeneratorParamsRegion::kComplexity));
+    }
+
+    context->mPatternMap[type] = CGenPatternModAndProbs();
+    graph.Generate_PatternSeq(*params, params->mInstType, *context, context->mPatternMap[type]);
+}
+
+void CGenGenerator::_Generate_Post(CGenEvsNameds& evs, TRandomSeedMode seedMode)
+{
+    GenerateRuntimeData& rt = *mRuntimeData;
+    if (mGenerateWhat == TGenerateWhat_PatternsOnly || !rt.mContext || !rt.mParams)
+        return;
+    CGenGeneratorParams& params = *rt.mParams;
+    _Generate_ApplySignTimeTrafos();
+    _Generate_OverlayFillsFromPatternGraphFill();
+    _Generate_ShortenIncompleteFirstBar();
+    _Generate_ApplyGlobalStyleGraphToSinglePatternModAndProbs();
+    if (params.mEraseUnplayableNotes)
+        _Generate_EraseUnplayableNotes();
+    _Generate_ShortenPickupBarOnTheLeft();
+    if (rt.mDrumMap && rt.mInstLib)
+        for (auto& [type, mods] : rt.mContext->mPatternMap)
+            rt.mInstLib->PatternGraph(type).Generate_RenderEvs(params, params.mInstType, mods, evs);
+    _Generate_ApplyEvsChordToAbstractNotes(evs, 0, 0);
+    _Generate_ConvertEvsNamedFromUid(evs);
+    if (!params.mDbgKeepEvsNamedsSeparate)
+        _Generate_MergeAllEvsNameds(evs, params.mGenerateStartPosAbs);
+    _Generate_ApplyGlobalStyleGraphToMerged(evs, seedMode);
+    _Generate_ApplyEvsChordToAbstractNotes(evs, 2, 1);
+    _Generate_TempoScalePost(params, evs);
+    mGenerateWhat = TGenerateWhat_PatternsOnly;
+}
+
+void CGenGenerator::_Generate_ApplySignTimeTrafos()
+{
+    GenerateRuntimeData& rt = *mRuntimeData;
+    for (auto& [type, mods] : rt.mContext->mPatternMap)
+        if (!mods.IsSignTimeTrafoApplied())
+            mods.ApplySignTimeTrafo(rt.mParams->mEvsSignTime, rt.mParams->mGenerateStartLeftBarPosAbs);
+}
+
+void CGenGenerator::_Generate_OverlayFillsFromPatternGraphFill()
+{
+    // Fill elements carry the ranges they overlay on the other layers; fills
+    // are created by the fill work, and until then the fill layer overlays
+    // nothing.
+}
+
+void CGenGenerator::_Generate_ShortenIncompleteFirstBar()
+{
+    GenerateRuntimeData& rt = *mRuntimeData;
+    const float start = rt.mParams->mGenerateStartPosAbs;
+    const float leftBar = rt.mParams->mGenerateStartLeftBarPosAbs;
+    if (GenIsUndef(start) || GenIsUndef(leftBar) || !(start > leftBar))
+        return;
+    for (auto& [type, mods] : rt.mContext->mPatternMap)
+        mods.EraseEvsInRange(leftBar - 4.0f, start - leftBar + 4.0f, false);
+}
+
+void CGenGenerator::_Generate_ApplyGlobalStyleGraphToSinglePatternModAndProbs()
+{
+    // The global style graph sees each pattern once style graphs run.
+}
+
+void CGenGenerator::_Generate_EraseUnplayableNotes()
+{
+    GenerateRuntimeData& rt = *mRuntimeData;
+    if (rt.mParams->mInstType != TGenInstType_Drums)
+        return;
+    auto& map = rt.mContext->mPatternMap;
+    auto system = map.find(TPatternGraphType_System);
+    if (system == map.end())
+        return;
+    const CGenPatternModAndProbs empty;
+    auto layer = [&](TPatternGraphType t) -> const CGenPatternModAndProbs& {
+        auto it = map.find(t);
+        return it == map.end() ? empty : it->second;
+    };
+    const std::vector<TInstTreeUid> footUids;
+    system->second.EraseMaskedNotes(layer(TPatternGraphType_AccentFamily), layer(TPatternGraphType_AccentAddon),
+        rt.mParams->mEvsTempo, footUids, footUids, kEraseUnplayableNotesToleranceNs);
+}
+
+void CGenGenerator::_Generate_ShortenPickupBarOnTheLeft()
+{
+    GenerateRuntimeData& rt = *mRuntimeData;
+    for (auto& [type, mods] : rt.mContext->mPatternMap)
+        mods.ShortenPickupBarOnTheLeft(rt.mParams->mGenerateStartPosAbs);
+}
+
+void CGenGenerator::_Generate_ApplyEvsChordToAbstractNotes(CGenEvsNameds&, int, int)
+{
+    // Abstract notes are worked out against the chords by the concretiser of
+    // the harmony work, for bass, keys and guitar only.
+}
+
+void CGenGenerator::_Generate_ConvertEvsNamedFromUid(CGenEvsNameds&)
+{
+    // Instrument uids become output notes and controllers through the
+    // mappings of the instrument vocabulary.
+}
+
+void CGenGenerator::_Generate_MergeAllEvsNameds(CGenEvsNameds& evs, float generateStartPosAbs)
+{
+    if (evs.empty())
+        return;
+    CGenEvsNamed merged;
+    float start = TGenBeatPosAbs_Undef, end = TGenBeatPosAbs_Undef;
+    std::string names;
+    for (const auto& el : evs) {
+        const float shift = GenSubRegardingUndef(el.mBeatPosAbs, generateStartPosAbs);
+        for (const auto& ev : el.mEvs) {
+            CGenEv copy = ev;
+            copy.mBeatPos = GenAddRegardingUndef(copy.mBeatPos, shift);
+            merged.mEvs.push_back(std::move(copy));
+        }
+        if (GenIsDef(el.mBeatPosAbs) && (GenIsUndef(start) || el.mBeatPosAbs < start))
+            start = el.mBeatPosAbs;
+        const float elEnd = el.EndBeatPosAbs();
+        if (GenIsDef(elEnd) && (GenIsUndef(end) || elEnd > end))
+            end = elEnd;
+        names += " " + el.mName;
+    }
+    if (mRuntimeData->mParams && mRuntimeData->mParams->mDbgAddPatternAndFillIxToGenEvsNameds)
+        merged.mName = names;
+    // Stable, so that events comparing equal keep the order of layers and patterns.
+    merged.mEvs.SortStable();
+    merged.mBeatPosAbs = start;
+    merged.mEvs.mLength = (GenIsDef(start) && GenIsDef(end)) ? std::max(end - start, 0.0f) : TGenBeatLength_Undef;
+    // The events stay relative to the region start, not to mBeatPosAbs.
+    CGenEvsNameds result;
+    result.push_back(std::move(merged));
+    evs.swap(result);
+}
+
+void CGenGenerator::_Generate_ApplyGlobalStyleGraphToMerged(CGenEvsNameds&, TRandomSeedMode seedMode)
+{
+    _Generate_RandomSeedReadStoreAndSetForGlobalStyleGraphToMerged(seedMode);
+}
+
+void CGenGenerator::_Generate_TempoScalePost(CGenGeneratorParams& params, CGenEvsNameds& evs)
+{
+    const double s = params.mTempoScale;
+    if (s == 1.0 || s == 0.0)
+        return;
+    const double r = 1.0 / s;
+    auto scale = [r](float v) { return GenIsUndef(v) ? v : static_cast<float>(v * r); };
+    for (auto& el : evs) {
+        el.mBeatPosAbs = scale(el.mBeatPosAbs);
+        for (auto& ev : el.mEvs) {
+            ev.mBeatPos = scale(ev.mBeatPos);
+            ev.mBeatLength = scale(ev.mBeatLength);
+        }
+    }
+    params.mGenerateLength = scale(params.mGenerateLength);
+}
+
+void CGenGenerator::_Generate_ApplyGroove(CGenGeneratorParams&, CGenGenreLib*, CGenEvsNameds&)
+{
+    // No stage calls this; it stands ready for the groove work.
+}
+
+void CGenGenerator::_Generate_Pre_ReplaceSlashChordsWithEquivalents(CGenGeneratorParams&)
+{
+    // No stage calls this; it stands ready for the harmony work.
+}
+
+bool CGenGenerator::CheckContentSanity(std::string& text) const
+{
+    text.clear();
+    return mGenreLibs.CheckContentSanity("", text);
+}
+
+void CGenGenerator::CreateDefaultGenre() { mGenreLibs.CreateDefaultGenre(); }
+
+void CGenGenerator::ClearCaches()
+{
+    ClearLuaStateCache();
+    ClearClaveCaches();
+}
+
+void CGenGenerator::ClearLuaStateCache() {}
+void CGenGenerator::ClearClaveCaches() {}
+
+void CGenGenerator::PurgeStylesForWhichBlockReturnsYes(const std::function<bool(const CGenStyle&)>& block)
+{
+    for (auto& genre : mGenreLibs)
+        for (auto& lib : genre.mInstLibs)
+            if (lib.mStyles)
+                std::erase_if(*lib.mStyles, block);
+}
+
+namespace {
+std::once_flag gTolvarInitOnce;
+int gTolvarInitCount = 0;
+} // namespace
+
+void TolvarInit()
+{
+    std::call_once(gTolvarInitOnce, [] {
+        // Create the shared log objects before any generator runs on another thread.
+        ++gTolvarInitCount;
+    });
+}
+
+int TolvarInitCount() { return gTolvarInitCount; }

@@ -1,0 +1,127 @@
+#pragma once
+
+#include "Generator/CGenEvsNameds.h"
+#include "Generator/CGenGeneratorKeys.h"
+#include "Generator/CGenGeneratorParams.h"
+#include "Generator/CGenTypes.h"
+#include "Generator/library/CGenGenreLibs.h"
+#include "Platform/TGenDict.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+class CGenContext;
+class CGenDrumMap;
+
+// The front door of the engine and the owner of the loaded library. A host
+// fills a CGenGeneratorParams, keeps one memento dictionary per region and
+// calls Generate once per region. One generator serves one caller at a time;
+// a host that generates in parallel uses one generator per thread.
+class CGenGenerator {
+public:
+    // The state of one generation; valid from the end of a pre stage until the
+    // next pre stage begins, so that the authoring side can look at it.
+    class GenerateRuntimeData {
+    public:
+        GenerateRuntimeData();
+        ~GenerateRuntimeData();
+        // Deletes the context, releases the dictionaries, clears all else.
+        void Reset();
+
+        CGenGenreLib* mGenreLib = nullptr;
+        CGenInstLib* mInstLib = nullptr;
+        const CGenDrumMap* mDrumMap = nullptr;
+        const CGenDrumMap* mDrumMapForScripts = nullptr;
+        CGenGeneratorParams* mParams = nullptr;
+        std::unique_ptr<CGenContext> mContext;
+        float mGenerateStartPosAbs = 0.0f;
+        float mGenerateStartLeftBarPosAbs = 0.0f;
+        float mGenerateLength = 0.0f;
+        float mGeneratePosInBar = 0.0f;
+        std::shared_ptr<const TGenDict> mMementoIn;
+        std::shared_ptr<TGenDict> mMemento;
+        std::shared_ptr<TGenDict> mOutInfo;
+    };
+
+    CGenGenerator();
+    ~CGenGenerator();
+    CGenGenerator(const CGenGenerator&) = delete;
+    CGenGenerator& operator=(const CGenGenerator&) = delete;
+
+    // Performs a region. `memento` is in-out and may be null; `evs` receives
+    // the performance. Returns a copy of the out info, null when the pre stage
+    // found no genre or instrument library.
+    std::shared_ptr<TGenDict> Generate(TGenerateWhat what, TRandomSeedMode seedMode, CGenGeneratorParams& params,
+        TGenDict* memento, CGenEvsNameds& evs);
+    // The part of the pre stage that needs only the song-wide half.
+    bool Generate_PreTasksThatOnlyNeedParamsGlobal(CGenGeneratorParams& params);
+    void Generate_PerformIncrementalPreTasks(CGenGeneratorParams& params, float start, float end);
+    // Steps 2 to 4 of Generate, for the authoring side.
+    bool _Generate_Pre(CGenGeneratorParams& params, TGenerateWhat what, TGenDict* memento);
+
+    // Clears `text` and fills it with the problems of the loaded content.
+    bool CheckContentSanity(std::string& text) const;
+    void RandomSeed(uint32_t seed) { mGenreLibs.RandomSeed(seed); }
+    void RandomSeedWithSystemClock() { mGenreLibs.RandomSeedWithSystemClock(); }
+    void CreateDefaultGenre();
+    void ClearCaches();
+    void ClearLuaStateCache();
+    void ClearClaveCaches();
+    void PurgeStylesForWhichBlockReturnsYes(const std::function<bool(const CGenStyle&)>& block);
+
+    CGenGenreLibs& GenreLibs() { return mGenreLibs; }
+    const CGenGenreLibs& GenreLibs() const { return mGenreLibs; }
+    const GenerateRuntimeData& RuntimeData() const { return *mRuntimeData; }
+    TGenerateWhat CurrentGenerateWhat() const { return mGenerateWhat; }
+    uint32_t ClockSeed() const { return mClockSeed; }
+    bool GlibbWasLoaded() const { return mLoadTime1 != mLoadTime2; }
+
+    // Stages, in the order Generate runs them.
+    bool _Generate_Pre_WithoutActnAndMemento(CGenGeneratorParams& params);
+    void _Generate_TempoScalePre(CGenGeneratorParams& params);
+    bool _Generate_LuaScript_Setup();
+    void _Generate_ConvertPatternCoordExtToInt(CGenGeneratorParams& params, const CGenInstLib* instLib);
+    void _Generate_CreateEvsClaveIxPatternHist(CGenGeneratorParams& params, CGenGenreLib* genreLib, float leftBarPos, float endPos);
+    void _Generate_Memento_Setup(TGenDict* memento);
+    void _Generate_Memento_InitAllSeeds(int seed);
+    void _Generate_AllPatternGraphs(TGenerateWhat what, TRandomSeedMode seedMode);
+    void _Generate_PatternGraph(TPatternGraphType type, TRandomSeedMode seedMode);
+    void _Generate_RandomSeedReadStoreAndSetForPatternGraphType(TRandomSeedMode seedMode, TPatternGraphType type);
+    void _Generate_RandomSeedReadStoreAndSetForGlobalStyleGraphToMerged(TRandomSeedMode seedMode);
+    void _Generate_Memento_Update(TRandomSeedMode seedMode);
+    void _Generate_Memento_RegionLeftCornerEditOffset_OutInfo_FillLock_Update(TRandomSeedMode seedMode);
+    void _Generate_Memento_RegionLeftCornerEditOffset_Reset();
+    void _Generate_Post(CGenEvsNameds& evs, TRandomSeedMode seedMode);
+    void _Generate_ApplySignTimeTrafos();
+    void _Generate_OverlayFillsFromPatternGraphFill();
+    void _Generate_ShortenIncompleteFirstBar();
+    void _Generate_ApplyGlobalStyleGraphToSinglePatternModAndProbs();
+    void _Generate_EraseUnplayableNotes();
+    void _Generate_ShortenPickupBarOnTheLeft();
+    void _Generate_ApplyEvsChordToAbstractNotes(CGenEvsNameds& evs, int behaviorForChordUndef, int behaviorSibling);
+    void _Generate_ConvertEvsNamedFromUid(CGenEvsNameds& evs);
+    void _Generate_MergeAllEvsNameds(CGenEvsNameds& evs, float generateStartPosAbs);
+    void _Generate_ApplyGlobalStyleGraphToMerged(CGenEvsNameds& evs, TRandomSeedMode seedMode);
+    void _Generate_TempoScalePost(CGenGeneratorParams& params, CGenEvsNameds& evs);
+    void _Generate_ApplyGroove(CGenGeneratorParams& params, CGenGenreLib* genreLib, CGenEvsNameds& evs);
+    void _Generate_Pre_ReplaceSlashChordsWithEquivalents(CGenGeneratorParams& params);
+    void _Generate_Post_StoreGeneratorTestData() {}
+    void _Generate_CopyBackUserEditedEvents() {}
+
+private:
+    CGenGenreLibs mGenreLibs;
+    TGenerateWhat mGenerateWhat = TGenerateWhat_PatternsOnly;
+    uint32_t mClockSeed = 0;
+    std::unique_ptr<GenerateRuntimeData> mRuntimeData;
+    double mLoadTime1 = 1.0;
+    double mLoadTime2 = 1.0;
+
+    TGenDict* _Seeds();
+    CGenStyle* _CurrentStyle();
+};
+
+// One-time initialisation of the engine; safe to call from many places.
+void TolvarInit();
+// How many times TolvarInit did its work (0 or 1).
+int TolvarInitCount();

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <string>
+
+namespace zkgen::cli {
+
+// Region and control options of `zkgen generate`.
+struct GenerateOptions {
+    std::string mLibrary;
+    bool mBuiltinDefaultGenre = false;
+    std::string mGenre = "DefaultGenre";
+    std::string mInstrument = "drums";
+    double mBars = 4.0;
+    double mBeats = -1.0;
+    double mStartBar = 1.0;
+    double mStartBeat = -1.0;
+    double mTempo = 120.0;
+    std::string mTimeSignature = "4/4";
+    double mComplexity = 50.0;
+    double mIntensity = 50.0;
+    std::string mSeedMode = "keep";
+    std::string mWhat = "all";
+    int mStyle = -1;
+    double mTempoScale = 1.0;
+    std::string mMementoPath;
+    bool mJson = false;
+};
+
+void AddGenerateCommand(CLI::App& app, GenerateOptions& options, int& exitCode);
+// Runs the command; the exit code of the tool.
+int RunGenerate(const GenerateOptions& options);
+
+} // namespace zkgen::cli
