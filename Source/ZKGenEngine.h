@@ -64,3 +64,7 @@
 #include "Generator/instruments/CGenConvertMappingFactory.h"
 #include "Generator/instruments/CGenConvertCtrAndUid.h"
 #include "Generator/instruments/CGenInstTreeReport.h"
+#include "Generator/clave/CGenClavePattern.h"
+#include "Generator/clave/CGenClaveLinks.h"
+#include "Generator/clave/CGenClaveLib.h"
+#include "Generator/clave/CGenClaveUniAlphabet.h"
