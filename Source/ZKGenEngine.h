@@ -51,6 +51,10 @@
 #include "Generator/timesig/CGenSignTimeTrafoStep.h"
 #include "Generator/timesig/CGenSignTimeTrafos.h"
 #include "Generator/timesig/CGenSTTrafoCalcFallback.h"
+#include "Generator/clave/CGenClavePattern.h"
+#include "Generator/clave/CGenClaveLinks.h"
+#include "Generator/clave/CGenClaveLib.h"
+#include "Generator/clave/CGenClaveUniAlphabet.h"
 
 #include "Generator/instruments/CGenInstTreeUid.h"
 #include "Generator/instruments/CKCtr.h"
@@ -64,7 +68,3 @@
 #include "Generator/instruments/CGenConvertMappingFactory.h"
 #include "Generator/instruments/CGenConvertCtrAndUid.h"
 #include "Generator/instruments/CGenInstTreeReport.h"
-#include "Generator/clave/CGenClavePattern.h"
-#include "Generator/clave/CGenClaveLinks.h"
-#include "Generator/clave/CGenClaveLib.h"
-#include "Generator/clave/CGenClaveUniAlphabet.h"
