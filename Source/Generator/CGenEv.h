@@ -105,11 +105,15 @@ public:
 
     CGenEv(const CGenEv& o);
     CGenEv(CGenEv&& o) noexcept = default;
-    CGenEv& operator=(CGenEv o) noexcept
+    // Copy assignment swaps with a copy; a move takes both pointers over
+    // member by member, which keeps shifting events inside a list cheap.
+    CGenEv& operator=(const CGenEv& o)
     {
-        Swap(o);
+        CGenEv copy(o);
+        Swap(copy);
         return *this;
     }
+    CGenEv& operator=(CGenEv&& o) noexcept = default;
     ~CGenEv() = default;
     void Swap(CGenEv& o) noexcept;
 
@@ -212,6 +216,8 @@ public:
         ar& make_nvp("mMB2", mMB2);
         if (version >= 1)
             ar& make_nvp("mMB3", mMB3);
+        else
+            mMB3 = -1;
         ar& make_nvp("mRelVel", mRelVel);
         mpMelodyVariationInformation.reset();
         if (version >= 6) {

@@ -5,7 +5,9 @@
 #include <boost/archive/text_iarchive.hpp>
 #include <boost/archive/text_oarchive.hpp>
 
+#include <algorithm>
 #include <fstream>
+#include <utility>
 
 CGenEvs::iterator CGenEvs::InsertAtBeatPos(const CGenEv& ev)
 {
@@ -35,8 +37,11 @@ CGenEvs::iterator CGenEvs::InsertNoteRandomVel(CGenRandom& random, float pos, in
     float length)
 {
     int vel = velMin;
-    if (velMax > velMin)
-        vel = velMin + static_cast<int>(random.Next() % static_cast<uint32_t>(velMax - velMin));
+    if (velMax > velMin) {
+        // The span is taken in unsigned arithmetic, so that extreme bounds can't overflow.
+        const uint32_t span = static_cast<uint32_t>(velMax) - static_cast<uint32_t>(velMin);
+        vel = static_cast<int>(static_cast<int64_t>(velMin) + random.Next() % span);
+    }
     CGenEv ev(pos, length, st_NoteOn | (channel & 0x0F), noteNr, vel);
     return InsertAtBeatPos(ev);
 }
@@ -66,22 +71,37 @@ CGenEvs::const_iterator CGenEvs::FindEvReverse(const_iterator start, float pos, 
     }
 }
 
+namespace {
+
+// The events from max(pos - distance, 0) to pos + distance inclusive; none
+// for an undefined position or distance.
+std::pair<CGenEvs::const_iterator, CGenEvs::const_iterator> NearPosWindow(const CGenEvs& evs, float pos, float distance)
+{
+    if (GenIsUndef(pos) || GenIsUndef(distance))
+        return {evs.end(), evs.end()};
+    const float hi = pos + distance;
+    auto first = evs.EvAtOrAfter(std::max(pos - distance, 0.0f));
+    auto last = first;
+    while (last != evs.end() && last->mBeatPos <= hi)
+        ++last;
+    return {first, last};
+}
+
+} // namespace
+
 CGenEvs CGenEvs::FindEvsNearPos(float pos, float distance) const
 {
     CGenEvs r;
-    const float lo = std::max(pos - distance, 0.0f);
-    const float hi = pos + distance;
-    for (auto it = EvAtOrAfter(lo); it != end() && it->mBeatPos <= hi; ++it)
-        r.push_back(*it);
+    const auto [first, last] = NearPosWindow(*this, pos, distance);
+    r.assign(first, last);
     return r;
 }
 
 std::vector<int> CGenEvs::FindNoteNrsNearPos(float pos, float distance) const
 {
     std::vector<int> r;
-    const float lo = std::max(pos - distance, 0.0f);
-    const float hi = pos + distance;
-    for (auto it = EvAtOrAfter(lo); it != end() && it->mBeatPos <= hi; ++it)
+    const auto [first, last] = NearPosWindow(*this, pos, distance);
+    for (auto it = first; it != last; ++it)
         if (it->IsSoundingNote())
             r.push_back(it->mMB1);
     return r;
@@ -209,8 +229,8 @@ bool CGenEvsCompare::Equal(const CGenEvs& a, const CGenEvs& b) const
 {
     auto keep = [this](const CGenEv& ev) {
         switch (mMode) {
-        case 1: return (ev.mMB0 & 0xF0) == st_NoteOn && (ev.mMB2 == -1 || ev.mMB2 >= 1);
-        case 2: return (ev.mMB0 & 0xF0) == st_CtrChange;
+        case 1: return ev.IsSoundingNote();
+        case 2: return ev.IsCtr();
         default: return true;
         }
     };

@@ -76,6 +76,8 @@ public:
         }
         if (version >= 2)
             ar& boost::serialization::make_nvp("mNoteGroupInfos", mNoteGroupInfos);
+        else
+            mNoteGroupInfos.clear();
     }
 };
 BOOST_CLASS_VERSION(CGenEvs, 2)

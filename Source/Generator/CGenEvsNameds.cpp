@@ -177,7 +177,7 @@ void CGenEvsNameds::EraseAndOptionallyShortenEvsAndShortenMembersInRange(float s
             evs.EraseEvsInRange(rel, relEnd);
             if (mode == TShortenEvsLeftTouchingRange_Yes) {
                 for (auto& ev : evs) {
-                    if (ev.mBeatPos >= relEnd || GenIsUndef(ev.mBeatLength))
+                    if (GenIsUndef(ev.mBeatPos) || GenIsUndef(ev.mBeatLength) || ev.mBeatPos >= relEnd)
                         continue;
                     const float evEnd = ev.mBeatPos + ev.mBeatLength;
                     if (evEnd <= rel)

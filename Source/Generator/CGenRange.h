@@ -61,6 +61,10 @@ public:
         if (version >= 1) {
             ar& boost::serialization::make_nvp("mMinEnabled", mMinEnabled);
             ar& boost::serialization::make_nvp("mMaxEnabled", mMaxEnabled);
+        } else {
+            // Before the flags existed both bounds always applied.
+            mMinEnabled = true;
+            mMaxEnabled = true;
         }
     }
 };
