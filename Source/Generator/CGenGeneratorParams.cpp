@@ -2,12 +2,9 @@
 
 #include "Generator/library/CGenGenreLibs.h"
 
-#include <boost/archive/text_iarchive.hpp>
-#include <boost/archive/text_oarchive.hpp>
+#include "Generator/CGenArchiveIO.h"
 
 #include <algorithm>
-#include <fstream>
-#include <sstream>
 
 const char* const CGenGeneratorParamsRegion::kComplexity = "complexity";
 const char* const CGenGeneratorParamsRegion::kComplexityForFills = "complexityForFills";
@@ -152,16 +149,7 @@ CGenPatternCoordInt CGenGeneratorParams::WantedPatternCoordIntAt(TPatternGraphTy
         AddMarkerComponent(base->mIntnInt, it->mCoord.mIntnInt));
 }
 
-std::vector<uint8_t> CGenGeneratorParams::SerializeToData() const
-{
-    std::ostringstream os;
-    {
-        boost::archive::text_oarchive oa(os);
-        oa << *this;
-    }
-    const std::string s = os.str();
-    return std::vector<uint8_t>(s.begin(), s.end());
-}
+std::vector<uint8_t> CGenGeneratorParams::SerializeToData() const { return zkgen::SaveTextArchiveToData(*this); }
 
 namespace {
 // Stored parameters of another defaults version aren't used: they are
@@ -175,42 +163,18 @@ void ReplaceIfOutdated(CGenGeneratorParams& p)
 
 bool CGenGeneratorParams::DeserializeFromData(const std::vector<uint8_t>& data)
 {
-    try {
-        std::istringstream is(std::string(data.begin(), data.end()));
-        boost::archive::text_iarchive ia(is);
-        ia >> *this;
-    } catch (const std::exception&) {
+    if (!zkgen::LoadTextArchiveFromData(*this, data))
         return false;
-    }
     ReplaceIfOutdated(*this);
     return true;
 }
 
-bool CGenGeneratorParams::SerializeToPath(const std::string& path) const
-{
-    try {
-        std::ofstream os(path);
-        if (!os)
-            return false;
-        boost::archive::text_oarchive oa(os);
-        oa << *this;
-        return static_cast<bool>(os);
-    } catch (const std::exception&) {
-        return false;
-    }
-}
+bool CGenGeneratorParams::SerializeToPath(const std::string& path) const { return zkgen::SaveTextArchiveToPath(*this, path); }
 
 bool CGenGeneratorParams::DeserializeFromPath(const std::string& path)
 {
-    try {
-        std::ifstream is(path);
-        if (!is)
-            return false;
-        boost::archive::text_iarchive ia(is);
-        ia >> *this;
-    } catch (const std::exception&) {
+    if (!zkgen::LoadTextArchiveFromPath(*this, path))
         return false;
-    }
     ReplaceIfOutdated(*this);
     return true;
 }
