@@ -283,8 +283,8 @@ void CGenGenerator::_Generate_ApplySignTimeTrafos()
 {
     GenerateRuntimeData& rt = *mRuntimeData;
     for (auto& [type, mods] : rt.mContext->mPatternMap)
-        if (!mods.IsSignTimeTrafoApplied())
-            mods.ApplySignTimeTrafo(rt.mParams->mEvsSignTime, rt.mParams->mGenerateStartLeftBarPosAbs);
+        if (mods.STDefaultOrTarget() != TSTDefaultOrTarget::Target)
+            mods.ApplySignTimeTrafo(rt.mParams, rt.mInstLib, TTransformBeatPosAbs_ToSTTarget);
 }
 
 void CGenGenerator::_Generate_OverlayFillsFromPatternGraphFill()
@@ -302,7 +302,8 @@ void CGenGenerator::_Generate_ShortenIncompleteFirstBar()
     if (GenIsUndef(start) || GenIsUndef(leftBar) || !(start > leftBar))
         return;
     for (auto& [type, mods] : rt.mContext->mPatternMap)
-        mods.EraseEvsInRange(leftBar - 4.0f, start - leftBar + 4.0f, false);
+        mods.EraseAndOptionallyShortenEvsAndShortenMembersInRange(leftBar - 4.0f, start - leftBar + 4.0f,
+            TShortenEvsLeftTouchingRange_No);
 }
 
 void CGenGenerator::_Generate_ApplyGlobalStyleGraphToSinglePatternModAndProbs()
@@ -324,16 +325,16 @@ void CGenGenerator::_Generate_EraseUnplayableNotes()
         auto it = map.find(t);
         return it == map.end() ? empty : it->second;
     };
-    const std::vector<TInstTreeUid> footUids;
+    const TInstTreeUids footUids;
     system->second.EraseMaskedNotes(layer(TPatternGraphType_AccentFamily), layer(TPatternGraphType_AccentAddon),
-        rt.mParams->mEvsTempo, footUids, footUids, kEraseUnplayableNotesToleranceNs);
+        rt.mParams->mEvsTempo, footUids, kEraseUnplayableNotesToleranceNs, footUids);
 }
 
 void CGenGenerator::_Generate_ShortenPickupBarOnTheLeft()
 {
     GenerateRuntimeData& rt = *mRuntimeData;
     for (auto& [type, mods] : rt.mContext->mPatternMap)
-        mods.ShortenPickupBarOnTheLeft(rt.mParams->mGenerateStartPosAbs);
+        mods.ShortenPickupBarOnTheLeft(rt.mParams);
 }
 
 void CGenGenerator::_Generate_ApplyEvsChordToAbstractNotes(CGenEvsNameds&, int, int)

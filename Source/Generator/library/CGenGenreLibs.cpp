@@ -8,6 +8,13 @@ CGenInstLib::CGenInstLib(_TGenInstType type)
           CGenPatternGraphBoost(TPatternGraphType_System), CGenPatternGraphBoost(TPatternGraphType_Fill),
           CGenPatternGraphBoost(TPatternGraphType_Percussion)}
 {
+    InitSignTimeTrafosForThisInstType();
+}
+
+void CGenInstLib::InitSignTimeTrafosForThisInstType()
+{
+    for (auto& g : mPatternGraphs)
+        g.InitSignTimeTrafos(mInstType);
 }
 
 CGenPatternGraphBoost& CGenInstLib::PatternGraph(TPatternGraphType type)

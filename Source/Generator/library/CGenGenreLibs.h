@@ -31,6 +31,8 @@ public:
     // The graph's conversion, or one with all bounds undefined without a library.
     static CGenPatternCoordConv PatternCoordConvForType(const CGenInstLib* lib, TPatternGraphType type);
     void SetAllPatternCoordConv(const CGenPatternCoordConv& conv);
+    // Each graph's signature transformations for this instrument type.
+    void InitSignTimeTrafosForThisInstType();
     // Seeds all five graphs.
     void RandomSeed(uint32_t seed);
     void CheckContentSanity(const std::string& prefix, std::string& report) const;

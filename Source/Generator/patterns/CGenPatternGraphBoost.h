@@ -1,47 +1,306 @@
 #pragma once
 
 #include "Generator/CGenRandom.h"
+#include "Generator/CGenSerialization.h"
+#include "Generator/CGenTrace.h"
 #include "Generator/CGenTypes.h"
+#include "Generator/clave/CGenClaveLib.h"
+#include "Generator/patterns/CGenPattern.h"
 #include "Generator/patterns/CGenPatternCoord.h"
+#include "Generator/patterns/CGenPatternEdge.h"
+#include "Generator/shaping/CGenVaryIntn.h"
+#include "Generator/timesig/CGenSignTimeTrafos.h"
+
+#include <boost/archive/archive_exception.hpp>
+#include <boost/graph/adj_list_serialize.hpp>
+#include <boost/graph/adjacency_list.hpp>
+#include <boost/serialization/tracking.hpp>
+
+#include <cstdint>
+#include <memory>
+#include <ostream>
+#include <set>
+#include <string>
+#include <utility>
 
 class CGenGeneratorParams;
 class CGenPatternModAndProbs;
 class CGenEvsNameds;
 class CGenContext;
 
-// One layer's probabilistic graph of short patterns. What the generate
-// pipeline needs of a graph is here: its layer, its random generator (whose
-// seed the memento keeps), its coordinate conversion, and the two entry points
-// of sequence choice and rendering. The patterns, edges and their archive
-// arrive with the pattern-graph work; until then a graph is empty, chooses
-// nothing and renders nothing.
-class CGenPatternGraphBoost {
-public:
-    explicit CGenPatternGraphBoost(TPatternGraphType type = TPatternGraphType_AccentFamily) : mPatternGraphType(type)
-    {
-        mPatternCoordConv.SetToUndef();
-    }
+// Patterns as vertices in a vector, edges in a list, out-edges in vectors,
+// both directions walkable.
+using TGenPatternGraphBoost = boost::adjacency_list<boost::vecS, boost::vecS, boost::bidirectionalS, CGenPattern,
+    CGenPatternEdge, boost::no_property, boost::listS>;
+using TGenPatternVertex = boost::graph_traits<TGenPatternGraphBoost>::vertex_descriptor;
+using TGenPatternEdgeDesc = boost::graph_traits<TGenPatternGraphBoost>::edge_descriptor;
 
-    TPatternGraphType PatternGraphType() const { return mPatternGraphType; }
-    CGenRandom& Random() { return mRandom; }
-    const CGenRandom& Random() const { return mRandom; }
+namespace zkgen {
+
+// Clave libraries that an archive created while reading a graph's pointer
+// (rather than pointing it at libraries read earlier in the same archive).
+// The graph that read the pointer takes them over, so that nothing leaks.
+void NoteArchiveCreatedClaveLibs(const CGenClaveLibs* libs);
+bool TakeArchiveCreatedClaveLibs(const CGenClaveLibs* libs);
+
+// Reads the graph in the very layout Boost.Graph writes it ("V", "E", the
+// vertex properties, then "u", "v" and the property of each edge, then the
+// graph property), but refuses edge ends beyond the vertices instead of
+// indexing past them. The layout's class information matches the
+// adjacency_list's (object with class info, never tracked, version 0).
+struct TGenPatternGraphBoostLoader {
+    TGenPatternGraphBoost* mGraph = nullptr;
+
+    template <class Archive>
+    void serialize(Archive& ar, const unsigned int /*version*/)
+    {
+        using boost::serialization::make_nvp;
+        TGenPatternGraphBoost& g = *mGraph;
+        g.clear();
+        unsigned int V = 0;
+        unsigned int E = 0;
+        ar& make_nvp("V", V);
+        ar& make_nvp("E", E);
+        for (unsigned int i = 0; i < V; ++i) {
+            const TGenPatternVertex v = boost::add_vertex(g);
+            ar& make_nvp("vertex_property", boost::get(boost::vertex_all_t(), g, v));
+        }
+        for (unsigned int i = 0; i < E; ++i) {
+            int u = 0;
+            int v = 0;
+            ar& make_nvp("u", u);
+            ar& make_nvp("v", v);
+            if (u < 0 || v < 0 || static_cast<unsigned int>(u) >= V || static_cast<unsigned int>(v) >= V)
+                throw boost::archive::archive_exception(boost::archive::archive_exception::other_exception,
+                    "pattern graph: edge end beyond the patterns");
+            const TGenPatternEdgeDesc e = boost::add_edge(static_cast<TGenPatternVertex>(u),
+                static_cast<TGenPatternVertex>(v), g).first;
+            ar& make_nvp("edge_property", boost::get(boost::edge_all_t(), g, e));
+        }
+        boost::no_property graphProperty;
+        ar& make_nvp("graph_property", graphProperty);
+    }
+};
+
+} // namespace zkgen
+
+BOOST_CLASS_TRACKING(zkgen::TGenPatternGraphBoostLoader, boost::serialization::track_never)
+
+// Clave libraries read through a graph's pointer are noted, so that the
+// graph can tell them from libraries it merely points at.
+namespace boost::serialization {
+template <class Archive>
+inline void load_construct_data(Archive& /*ar*/, CGenClaveLibs* libs, const unsigned int /*version*/)
+{
+    ::new (libs) CGenClaveLibs();
+    zkgen::NoteArchiveCreatedClaveLibs(libs);
+}
+} // namespace boost::serialization
+
+// One layer's probabilistic graph of short patterns: a vertex is a
+// CGenPattern, an edge from A to B a CGenPatternEdge with probabilities per
+// history. Beside the graph it holds the layer, a non-owning pointer to the
+// genre's clave libraries (fixed by the owner after each copy and load), the
+// coordinate conversion, the intensity variations, the signature
+// transformations (rebuilt by InitSignTimeTrafos, not archived) and the two
+// seed words of its random generator (not archived; they change during
+// generation through const operations).
+//
+// A pattern position is an index into the vertex vector; "end" is the
+// vertex count.
+class CGenPatternGraphBoost : public CGenTraceable<CGenPatternGraphBoost> {
+public:
+    static constexpr const char* kTraceClassName = "CGenPatternGraphBoost";
+
+    explicit CGenPatternGraphBoost(TPatternGraphType type = TPatternGraphType_AccentFamily);
+    CGenPatternGraphBoost(const CGenPatternGraphBoost& o);
+    CGenPatternGraphBoost(CGenPatternGraphBoost&& o) noexcept = default;
+    CGenPatternGraphBoost& operator=(const CGenPatternGraphBoost& o);
+    CGenPatternGraphBoost& operator=(CGenPatternGraphBoost&& o) noexcept = default;
+    ~CGenPatternGraphBoost();
+
+    const TGenPatternGraphBoost& Graph() const { return mGraph; }
+    TPatternGraphType PatternGraphType() const { return mType; }
+    void SetPatternGraphType(TPatternGraphType type) { mType = type; }
+
+    // The genre's clave libraries; null generates nothing.
+    CGenClaveLibs* WeakClaveLibs() const { return mWeakClaveLibs; }
+    void SetWeakClaveLibs(CGenClaveLibs* libs);
+
     const CGenPatternCoordConv& PatternCoordConv() const { return mPatternCoordConv; }
     void SetPatternCoordConv(const CGenPatternCoordConv& c) { mPatternCoordConv = c; }
-    size_t PatternCount() const { return 0; }
+    const CGenVaryIntns& VaryIntns() const { return mVaryIntns; }
+    CGenVaryIntns& VaryIntns() { return mVaryIntns; }
+    const CGenSignTimeTrafos& SignTimeTrafos() const { return mSignTimeTrafos; }
+    // The stored transformations for this instrument and this graph's layer.
+    void InitSignTimeTrafos(_TGenInstType instType);
 
-    // Chooses the layer's pattern sequence over the region into `mods`.
+    // The random generator of pattern choice: its state is the current seed
+    // word, its seed the start word.
+    CGenRandom& Random() const { return mRandom; }
+    uint32_t RandomSeedCurrent() const { return mRandom.State(); }
+    uint32_t RandomSeedStart() const { return mRandom.Seed(); }
+    void RandomSeed(uint32_t seed) const { mRandom.SetSeed(seed); }
+    // Both words from the current time in seconds plus clock() & 1023.
+    void RandomSeedWithSystemClock() const { mRandom.SeedWithSystemClock(); }
+
+    // Sizes.
+    size_t PatternCount() const { return boost::num_vertices(mGraph); }
+    size_t EdgeCount() const { return boost::num_edges(mGraph); }
+    // Vertices with at least one out-edge.
+    size_t PatternsWithOutEdgesSize() const;
+
+    // The pattern at a position; a shared empty pattern beyond the vertices.
+    const CGenPattern& PatternAtIx(size_t ix) const;
+    // Writable access; the position must be valid.
+    CGenPattern& PatternRefAtIx(size_t ix);
+    // The edge at a position of the edge list; a shared empty edge beyond it.
+    const CGenPatternEdge& EdgeAtIx(size_t ix) const;
+    const CGenPatternEdge& Edge(const TGenPatternEdgeDesc& e) const { return mGraph[e]; }
+    CGenPatternEdge& Edge(const TGenPatternEdgeDesc& e) { return mGraph[e]; }
+
+    // Edge look-ups between two positions; positions beyond the vertices find nothing.
+    std::pair<TGenPatternEdgeDesc, bool> FindEdgeBetween(size_t from, size_t to) const;
+    // The edge's position in the edge list, -1 when none.
+    int FindEdgeIxBetween(size_t from, size_t to) const;
+    bool HasEdgeBetween(size_t from, size_t to) const { return FindEdgeBetween(from, to).second; }
+
+    // The first vertex of that name, or the vertex count.
+    size_t FindPatternWithName(const std::string& name) const;
+    // The first vertex whose events compare equal, or the vertex count.
+    size_t FindPatternThatMatches(const CGenEvs& evs, const CGenEvsCompare& compare) const;
+    size_t FindPatternThatMatches(const CGenPattern& pattern, const CGenEvsCompare& compare) const
+    {
+        return FindPatternThatMatches(pattern.mEvs, compare);
+    }
+    bool EvsAreUnique(const CGenEvs& evs, const CGenEvsCompare& compare) const
+    {
+        return FindPatternThatMatches(evs, compare) == PatternCount();
+    }
+    // The same by single notes: the sounding notes pair by pair under `compare`.
+    size_t FindPatternThatMatchesNotes(const CGenEvs& evs, const CGenEvCompare& compare) const;
+    // Every vertex that matches so, inserted into `ixs`.
+    void FindPatternsMatchingNotes(const CGenEvs& evs, const CGenEvCompare& compare, std::set<int>& ixs) const;
+
+    // The range of the patterns' internal coordinates: the running minimum
+    // and maximum per axis, each starting undefined so that the first pattern
+    // sets it; all undefined without patterns.
+    CGenPatternCoordConv FindPatternCoordIntMinAndMax() const;
+    void UpdatePatternCoordConvToMinAndMax() { mPatternCoordConv = FindPatternCoordIntMinAndMax(); }
+
+    // Appends a vertex; its position.
+    size_t AddPattern(const CGenPattern& pattern);
+    // Appends only a pattern with unique events; otherwise the vertex count.
+    size_t AddPatternIfUniqueEvs(const CGenPattern& pattern, const CGenEvsCompare& compare);
+    // The clave pattern is looked up in the first clave library (by length
+    // and every event's position, weight and pitch) and appended there when
+    // missing; the vertex gets a link with the library index, the offset and
+    // the match percentage (truncated to an integer). The clave index, -1
+    // without libraries (then nothing is linked).
+    int LinkToClave(size_t ix, const CGenClavePattern& clavePattern, float matchPercent, signed char offset);
+    size_t AddPatternAndLinkToClave(const CGenPattern& pattern, const CGenClavePattern& clavePattern,
+        float matchPercent, signed char offset);
+    // Links only when the pattern was added; the vertex count otherwise.
+    size_t AddPatternIfUniqueEvsAndLinkToClave(const CGenPattern& pattern, const CGenEvsCompare& compare,
+        const CGenClavePattern& clavePattern, float matchPercent, signed char offset);
+    // Replaces the first pattern of the same name; false when there is none.
+    bool ReplacePatternWithSameName(const CGenPattern& pattern);
+    // The position of the replaced or appended pattern.
+    size_t ReplacePatternWithSameNameOrAddPattern(const CGenPattern& pattern);
+
+    // Adds an edge; positions beyond the vertices create empty vertices up to them.
+    TGenPatternEdgeDesc AddEdge(size_t from, size_t to, const CGenPatternEdge& edge);
+    // Removes every edge between the two.
+    void RemoveEdge(size_t from, size_t to);
+    void RemoveEdge(const TGenPatternEdgeDesc& e) { boost::remove_edge(e, mGraph); }
+    void EraseAllEdges();
+    void EraseAllPatterns() { mGraph.clear(); }
+
+    // Clave links of all patterns and edge entries.
+    void EraseAllClaveLinks();
+    void EraseAllClaveLinksFor(int ixClavePattern);
+
+    // Appends the layer and a blank to the prefix and checks the coordinate
+    // conversion; false on a fault.
+    bool CheckContentSanity(const std::string& prefix, std::string& report) const;
+
+    // Chooses the layer's pattern sequence over the region into `mods`; the
+    // choice of patterns is not part of the engine yet, so nothing is chosen.
     void Generate_PatternSeq(CGenGeneratorParams& /*params*/, _TGenInstType /*instType*/, CGenContext& /*context*/,
-        CGenPatternModAndProbs& /*mods*/)
+        CGenPatternModAndProbs& /*mods*/) const
     {
     }
-    // Renders a chosen sequence to named event lists.
+    // Renders a chosen sequence to named event lists; not part of the engine yet.
     void Generate_RenderEvs(const CGenGeneratorParams& /*params*/, _TGenInstType /*instType*/,
         const CGenPatternModAndProbs& /*mods*/, CGenEvsNameds& /*evs*/) const
     {
     }
 
+    // Vertex and edge counts, every vertex, every edge in list order, then
+    // the coordinate conversion; the layer and the seeds don't count.
+    bool operator==(const CGenPatternGraphBoost& o) const;
+
+    void TraceStream(std::ostream& os) const;
+    void TraceStreamBrief(std::ostream& os) const;
+
+    template <class Archive>
+    void save(Archive& ar, const unsigned int /*version*/) const
+    {
+        using boost::serialization::make_nvp;
+        ar& make_nvp("TGenPatternGraphBoost", mGraph);
+        const int type = mType;
+        ar& make_nvp("mType", type);
+        CGenClaveLibs* libs = mWeakClaveLibs;
+        ar& make_nvp("mWeakClaveLibs", libs);
+        ar& make_nvp("mPatternCoordConv", mPatternCoordConv);
+        ar& make_nvp("mVaryIntns", mVaryIntns);
+    }
+
+    // An older archive leaves the layer as constructed, no clave libraries,
+    // an undefined conversion and no intensity variations.
+    template <class Archive>
+    void load(Archive& ar, const unsigned int version)
+    {
+        using boost::serialization::make_nvp;
+        zkgen::TGenPatternGraphBoostLoader loader {&mGraph};
+        ar& make_nvp("TGenPatternGraphBoost", loader);
+        if (version >= 1) {
+            int type = mType;
+            ar& make_nvp("mType", type);
+            mType = static_cast<TPatternGraphType>(type);
+        }
+        SetWeakClaveLibs(nullptr);
+        if (version >= 2 && version <= 4) {
+            CGenClaveLib dummyWeakClaveLib;
+            ar& make_nvp("dummyWeakClaveLib", dummyWeakClaveLib);
+        } else if (version >= 5) {
+            CGenClaveLibs* libs = nullptr;
+            ar& make_nvp("mWeakClaveLibs", libs);
+            _SetLoadedClaveLibs(libs);
+        }
+        mPatternCoordConv.SetToUndef();
+        if (version >= 3)
+            ar& make_nvp("mPatternCoordConv", mPatternCoordConv);
+        mVaryIntns.clear();
+        if (version >= 4)
+            ar& make_nvp("mVaryIntns", mVaryIntns);
+    }
+    BOOST_SERIALIZATION_SPLIT_MEMBER()
+
 private:
-    TPatternGraphType mPatternGraphType;
-    CGenRandom mRandom;
+    // Points at loaded libraries, owning them when the archive created them.
+    void _SetLoadedClaveLibs(CGenClaveLibs* libs);
+
+    TGenPatternGraphBoost mGraph;
+    TPatternGraphType mType;
+    CGenClaveLibs* mWeakClaveLibs = nullptr;
+    // Set only when an archive created the libraries the graph points at.
+    std::unique_ptr<CGenClaveLibs> mOwnedClaveLibs;
     CGenPatternCoordConv mPatternCoordConv;
+    CGenVaryIntns mVaryIntns;
+    CGenSignTimeTrafos mSignTimeTrafos;
+    mutable CGenRandom mRandom;
 };
+BOOST_CLASS_VERSION(CGenPatternGraphBoost, 5)
+
+std::ostream& operator<<(std::ostream& os, const CGenPatternGraphBoost& g);
