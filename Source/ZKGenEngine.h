@@ -35,6 +35,7 @@
 #include "Generator/patterns/CGenPatternModAndProb.h"
 #include "Generator/patterns/CGenPatternModAndProbs.h"
 #include "Generator/patterns/CGenPatternModAndProbPicker.h"
+#include "Generator/patterns/CGenComplIntMap.h"
 #include "Generator/fills/CGenFillCoord.h"
 #include "Generator/shaping/CGenGrooveApply.h"
 #include "Generator/shaping/CGenVaryIntn.h"

@@ -41,9 +41,21 @@ public:
     void TraceStreamBrief(std::ostream& os) const { TraceStream(os); }
 
     template <class Archive>
-    void serialize(Archive& ar, const unsigned int version)
+    void save(Archive& ar, const unsigned int /*version*/) const
     {
         using boost::serialization::make_nvp;
+        ar& make_nvp("mType", mType);
+        ar& make_nvp("mProbability", mProbability);
+        ar& make_nvp("mHistory", mHistory);
+        ar& make_nvp("mClaveLinks", mClaveLinks);
+    }
+    // Fields an older version lacks take their defaults.
+    template <class Archive>
+    void load(Archive& ar, const unsigned int version)
+    {
+        using boost::serialization::make_nvp;
+        mType = 0;
+        mClaveLinks.clear();
         if (version >= 2)
             ar& make_nvp("mType", mType);
         ar& make_nvp("mProbability", mProbability);
@@ -51,6 +63,7 @@ public:
         if (version >= 1)
             ar& make_nvp("mClaveLinks", mClaveLinks);
     }
+    BOOST_SERIALIZATION_SPLIT_MEMBER()
 };
 BOOST_CLASS_VERSION(CGenProbHist, 2)
 
