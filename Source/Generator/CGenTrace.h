@@ -3,6 +3,7 @@
 #include <iostream>
 #include <sstream>
 #include <string>
+#include <type_traits>
 
 // The diagnostic surface every value class offers. A class provides
 // TraceStream(std::ostream&) and, if it has a short form, TraceStreamBrief;
@@ -30,8 +31,15 @@ public:
     }
 
     // The trace surface holds no state, so defaulted comparisons of derived
-    // classes see equal bases.
-    friend constexpr bool operator==(const CGenTraceable&, const CGenTraceable&) { return true; }
+    // classes see equal bases. Only an exact match of this base type may pick
+    // it: a class that also derives from a container must keep comparing its
+    // elements.
+    template <class T>
+        requires std::is_same_v<T, CGenTraceable>
+    friend constexpr bool operator==(const T&, const T&)
+    {
+        return true;
+    }
 
 private:
     const TDerived& Self() const { return static_cast<const TDerived&>(*this); }

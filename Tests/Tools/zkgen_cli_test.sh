@@ -43,4 +43,13 @@ grep -q "<key>Seeds</key>" "$m" || fail "memento is not an XML property list"
 echo "garbage" >"$m"
 "$zkgen" generate --builtin-default-genre --memento "$m" >/dev/null 2>&1 && fail "damaged memento accepted"
 [ "$(cat "$m")" = "garbage" ] || fail "damaged memento was overwritten"
+
+# Instrument paths for content authors.
+out=$("$zkgen" inst resolve 'Drums.Sn.note.nrm[eccentricity.center;stroke.s1]') || fail "inst resolve exited non-zero"
+grep -q "uid 0x12111000" <<<"$out" || fail "inst resolve said: $out"
+"$zkgen" inst resolve 'a[]' >/dev/null 2>&1 && fail "malformed expression accepted"
+[ "$("$zkgen" inst tree Drums.Ki | wc -l)" -eq 3 ] || fail "inst tree Drums.Ki"
+out=$("$zkgen" inst convert 0x14101400 --mapping ctrl) || fail "inst convert exited non-zero"
+grep -q "ctr 4 value 64" <<<"$out" && grep -q "note 42" <<<"$out" || fail "inst convert said: $out"
+"$zkgen" inst convert zz >/dev/null 2>&1 && fail "bad uid accepted"
 echo "zkgen cli: ok"

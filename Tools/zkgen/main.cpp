@@ -1,6 +1,7 @@
 // zkgen: the command-line front end of the engine.
 
 #include "GenerateCommand.h"
+#include "InstCommands.h"
 
 #include <ZKGenEngine.h>
 
@@ -18,6 +19,7 @@ int main(int argc, char** argv)
     int exitCode = 0;
     zkgen::cli::GenerateOptions generateOptions;
     zkgen::cli::AddGenerateCommand(app, generateOptions, exitCode);
+    zkgen::cli::AddInstCommands(app, exitCode);
 
     try {
         app.parse(argc, argv);
