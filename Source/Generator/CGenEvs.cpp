@@ -1,6 +1,7 @@
 #include "Generator/CGenEvs.h"
 
 #include "Generator/CGenRandom.h"
+#include "Platform/ZKLog.h"
 
 #include <boost/archive/text_iarchive.hpp>
 #include <boost/archive/text_oarchive.hpp>
@@ -178,32 +179,47 @@ bool CGenEvs::IsSortedByCompareEv() const
 
 bool CGenEvs::SerializeToPath(const std::string& path) const
 {
+    std::string reason = "the file can't be opened";
     try {
         std::ofstream os(path);
-        if (!os)
-            return false;
-        boost::archive::text_oarchive oa(os);
-        oa << *this;
-        return static_cast<bool>(os);
-    } catch (const std::exception&) {
-        return false;
+        if (os) {
+            {
+                boost::archive::text_oarchive oa(os);
+                oa << *this;
+            }
+            // Closing flushes: a full disk shows only here.
+            os.close();
+            if (!os.fail())
+                return true;
+            reason = "the file can't be written";
+        }
+    } catch (const std::exception& e) {
+        reason = e.what();
     }
+    ZKLogf(ZKLogCategory_GeneratorStorage, "CGenEvs SerializeToPath '%{public}s' failed with reason: %{public}s",
+        {path, reason});
+    return false;
 }
 
 bool CGenEvs::DeserializeFromPath(const std::string& path)
 {
+    // Loaded aside, so that a failure leaves the list as it was.
+    std::string reason = "the file can't be opened";
     try {
         std::ifstream is(path);
-        if (!is)
-            return false;
-        boost::archive::text_iarchive ia(is);
-        CGenEvs loaded;
-        ia >> loaded;
-        *this = std::move(loaded);
-        return true;
-    } catch (const std::exception&) {
-        return false;
+        if (is) {
+            boost::archive::text_iarchive ia(is);
+            CGenEvs loaded;
+            ia >> loaded;
+            *this = std::move(loaded);
+            return true;
+        }
+    } catch (const std::exception& e) {
+        reason = e.what();
     }
+    ZKLogf(ZKLogCategory_GeneratorStorage, "CGenEvs DeserializeFromPath '%{public}s' failed with reason: %{public}s",
+        {path, reason});
+    return false;
 }
 
 void CGenEvs::TraceStream(std::ostream& os) const

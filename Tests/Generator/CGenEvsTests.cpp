@@ -1,5 +1,6 @@
 #include "Generator/CGenEvs.h"
 #include "Generator/CGenRandom.h"
+#include "Platform/ZKLog.h"
 
 #include "TestSupport/ArchiveRoundTrip.h"
 #include "TestSupport/EvsFields.h"
@@ -7,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -429,20 +429,31 @@ TEST(CGenEvsArchive, PathsAndBadFiles)
     std::filesystem::create_directories(dir);
     const std::string path = (dir / "evs.txt").string();
     const CGenEvs evs = ArchiveSample();
+    ZKLogCapture log;
     ASSERT_TRUE(evs.SerializeToPath(path));
     CGenEvs back;
     ASSERT_TRUE(back.DeserializeFromPath(path));
     EXPECT_EQ(back, evs);
+    EXPECT_TRUE(log.Records().empty());
 
-    EXPECT_FALSE(evs.SerializeToPath((dir / "missing" / "evs.txt").string()));
+    const std::string missingDir = (dir / "missing" / "evs.txt").string();
+    EXPECT_FALSE(evs.SerializeToPath(missingDir));
     CGenEvs untouched = evs;
-    EXPECT_FALSE(untouched.DeserializeFromPath((dir / "nothing-here.txt").string()));
+    const std::string nothing = (dir / "nothing-here.txt").string();
+    EXPECT_FALSE(untouched.DeserializeFromPath(nothing));
     EXPECT_EQ(untouched, evs);
+    const std::string garbage = (dir / "garbage.txt").string();
     {
-        std::ofstream garbage(dir / "garbage.txt");
-        garbage << TextArchivePreamble() << " 0 2 0 0 not-a-number";
+        std::ofstream os(garbage);
+        os << TextArchivePreamble() << " 0 2 0 0 not-a-number";
     }
-    EXPECT_FALSE(untouched.DeserializeFromPath((dir / "garbage.txt").string()));
+    EXPECT_FALSE(untouched.DeserializeFromPath(garbage));
     EXPECT_EQ(untouched, evs);
+
+    const auto texts = log.Texts(ZKLogCategory_GeneratorStorage);
+    ASSERT_EQ(texts.size(), 3u);
+    EXPECT_EQ(texts[0], "CGenEvs SerializeToPath '" + missingDir + "' failed with reason: the file can't be opened");
+    EXPECT_EQ(texts[1], "CGenEvs DeserializeFromPath '" + nothing + "' failed with reason: the file can't be opened");
+    EXPECT_EQ(texts[2].rfind("CGenEvs DeserializeFromPath '" + garbage + "' failed with reason: ", 0), 0u) << texts[2];
     std::filesystem::remove_all(dir);
 }
