@@ -10,45 +10,32 @@ namespace {
 int32_t IxOf(int32_t v) { return v; }
 int32_t IxOf(const CGenBeatedPatternIx& v) { return v.mPatternIx; }
 
+// Compares position by position over the shorter length, aligned at the
+// starts or at the ends; `consecutive` stops at the first difference.
 template <class A, class B>
-size_t ConsecutiveFromBegin(const A& a, const B& b)
-{
-    const size_t n = std::min(a.size(), b.size());
-    size_t i = 0;
-    while (i < n && GenPatternIxMatches(IxOf(a[i]), IxOf(b[i])))
-        ++i;
-    return i;
-}
-
-template <class A, class B>
-size_t ConsecutiveFromRBegin(const A& a, const B& b)
-{
-    const size_t n = std::min(a.size(), b.size());
-    size_t i = 0;
-    while (i < n && GenPatternIxMatches(IxOf(a[a.size() - 1 - i]), IxOf(b[b.size() - 1 - i])))
-        ++i;
-    return i;
-}
-
-template <class A, class B>
-size_t CountFromBegin(const A& a, const B& b)
+size_t CompareIxs(const A& a, const B& b, bool fromEnd, bool consecutive)
 {
     const size_t n = std::min(a.size(), b.size());
     size_t count = 0;
-    for (size_t i = 0; i < n; ++i)
-        count += GenPatternIxMatches(IxOf(a[i]), IxOf(b[i])) ? 1 : 0;
+    for (size_t i = 0; i < n; ++i) {
+        const bool match = fromEnd ? GenPatternIxMatches(IxOf(a[a.size() - 1 - i]), IxOf(b[b.size() - 1 - i]))
+                                   : GenPatternIxMatches(IxOf(a[i]), IxOf(b[i]));
+        if (match)
+            ++count;
+        else if (consecutive)
+            break;
+    }
     return count;
 }
 
 template <class A, class B>
-size_t CountFromRBegin(const A& a, const B& b)
-{
-    const size_t n = std::min(a.size(), b.size());
-    size_t count = 0;
-    for (size_t i = 0; i < n; ++i)
-        count += GenPatternIxMatches(IxOf(a[a.size() - 1 - i]), IxOf(b[b.size() - 1 - i])) ? 1 : 0;
-    return count;
-}
+size_t ConsecutiveFromBegin(const A& a, const B& b) { return CompareIxs(a, b, false, true); }
+template <class A, class B>
+size_t ConsecutiveFromRBegin(const A& a, const B& b) { return CompareIxs(a, b, true, true); }
+template <class A, class B>
+size_t CountFromBegin(const A& a, const B& b) { return CompareIxs(a, b, false, false); }
+template <class A, class B>
+size_t CountFromRBegin(const A& a, const B& b) { return CompareIxs(a, b, true, false); }
 
 template <class A>
 size_t SetsFromBegin(const A& a, const CGenPatternIxSets& sets, size_t offset)

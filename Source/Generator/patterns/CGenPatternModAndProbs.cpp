@@ -193,6 +193,45 @@ bool CGenPatternModAndProbs::ContainsAnyNotesNotMatchingUidsNonZeroNibblesWithin
         [&uids](const CGenEv& ev) { return !zkgen::UidMatchesAnyNonZeroNibbles(ev.Uid(), uids); });
 }
 
+namespace {
+float ElStart(const CGenPatternModAndProb& el) { return el.mBeatPosAbs; }
+const CGenEvs& ElEvs(const CGenPatternModAndProb& el) { return el.PatternToBeRead().mEvs; }
+} // namespace
+
+CGenPatternModAndProbs::TEvRef CGenPatternModAndProbs::FindEvInAnyElWithBeatPosAbsStartSearchAtIterator(float pos,
+    TFindBeat mode, const_iterator startIt) const
+{
+    return zkgen::FindEvAcrossEls(startIt, end(), pos, mode, ElStart, ElEvs, [](const CGenEv&) { return true; });
+}
+
+CGenPatternModAndProbs::TEvRef CGenPatternModAndProbs::FindNoteInAnyEl(float pos, TFindBeat mode, TInstTreeUid uid,
+    int channel) const
+{
+    return zkgen::FindEvAcrossEls(begin(), end(), pos, mode, ElStart, ElEvs,
+        [uid, channel](const CGenEv& ev) { return zkgen::GenIsMatchingNote(ev, uid, channel); });
+}
+
+CGenPatternModAndProbs::TEvRef CGenPatternModAndProbs::FindPrevNoteInAnyEl(float pos, TInstTreeUid uid, int channel) const
+{
+    // Of equal positions the last in list order.
+    TEvRef best;
+    if (GenIsUndef(pos))
+        return best;
+    for (auto el = begin(); el != end(); ++el) {
+        if (GenIsUndef(el->mBeatPosAbs))
+            continue;
+        const CGenEvs& evs = ElEvs(*el);
+        for (auto ev = evs.begin(); ev != evs.end(); ++ev) {
+            if (GenIsUndef(ev->mBeatPos) || !zkgen::GenIsMatchingNote(*ev, uid, channel))
+                continue;
+            const float p = el->mBeatPosAbs + ev->mBeatPos;
+            if (p < pos && (!best.mFound || p >= best.mBeatPosAbs))
+                best = TEvRef {el, ev, true, p};
+        }
+    }
+    return best;
+}
+
 CGenPatternModAndProbs::iterator CGenPatternModAndProbs::_InsertAtBeatPos(const CGenEv& ev, bool adjustLength)
 {
     if (GenIsUndef(ev.mBeatPos))

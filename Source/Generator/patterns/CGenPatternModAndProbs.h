@@ -6,6 +6,7 @@
 #include "Generator/CGenTypes.h"
 #include "Generator/instruments/CGenInstTreeUid.h"
 #include "Generator/patterns/CGenPatternModAndProb.h"
+#include "Generator/patterns/GenFindEvAcrossEls.h"
 #include "Generator/timesig/CGenSignTimeTrafos.h"
 
 #include <map>
@@ -132,6 +133,18 @@ public:
         TOverlapping overlapping, TInclusiveBorders borders) const;
     bool ContainsAnyNotesNotMatchingUidsNonZeroNibblesWithinRange(const TInstTreeUids& uids, float start, float length,
         TOverlapping overlapping, TInclusiveBorders borders) const;
+
+    // An event found across elements, with its absolute position.
+    using TEvRef = zkgen::TEvAcrossEls<const_iterator>;
+    // By absolute event position across elements from `startIt`, with the
+    // modes of TFindBeat (see zkgen::FindEvAcrossEls).
+    TEvRef FindEvInAnyElWithBeatPosAbsStartSearchAtIterator(float pos, TFindBeat mode, const_iterator startIt) const;
+    // Sounding notes of a uid (any for TInstTreeUid_Undef or -1) on a
+    // channel (any for 255); Prev is the last strictly before pos, Next the
+    // first strictly after.
+    TEvRef FindNoteInAnyEl(float pos, TFindBeat mode, TInstTreeUid uid, int channel) const;
+    TEvRef FindPrevNoteInAnyEl(float pos, TInstTreeUid uid, int channel) const;
+    TEvRef FindNextNoteInAnyEl(float pos, TInstTreeUid uid, int channel) const { return FindNoteInAnyEl(pos, 1, uid, channel); }
 
     // Puts an event (absolute position) into the first element that covers
     // it, relative to that element, in CompareEv order; without one a new

@@ -316,3 +316,32 @@ TEST(CGenPatternModAndProbs, MarksOfTheLastFilter)
     list.EraseAllPatternsThatNotMatchedLastFilter();
     EXPECT_TRUE(list.empty());
 }
+
+TEST(CGenPatternModAndProbs, EventsAcrossElements)
+{
+    ThreeInARow t;
+    auto& list = t.mList;
+    // Notes: a at 0 (uid 0x21) and 2 (0x36), b at 4 (36); b overlaps a from 3 on.
+    list[1].mBeatPosAbs = 3.0f;
+    const auto& c = list;
+    auto r = c.FindEvInAnyElWithBeatPosAbsStartSearchAtIterator(2.5f, 1, c.begin());
+    ASSERT_TRUE(r.mFound);
+    EXPECT_FLOAT_EQ(r.mBeatPosAbs, 3.0f);
+    EXPECT_EQ(r.mEl - c.begin(), 1);
+    r = c.FindEvInAnyElWithBeatPosAbsStartSearchAtIterator(2.5f, 3, c.begin());
+    EXPECT_FLOAT_EQ(r.mBeatPosAbs, 2.0f);
+    r = c.FindEvInAnyElWithBeatPosAbsStartSearchAtIterator(2.0f, 0, c.begin());
+    EXPECT_EQ(r.mEl, c.begin());
+    EXPECT_FALSE(c.FindEvInAnyElWithBeatPosAbsStartSearchAtIterator(2.5f, 0, c.begin()).mFound);
+    // Mode 3 needs an event behind the position.
+    EXPECT_FALSE(c.FindEvInAnyElWithBeatPosAbsStartSearchAtIterator(9.0f, 3, c.begin()).mFound);
+    EXPECT_FLOAT_EQ(c.FindEvInAnyElWithBeatPosAbsStartSearchAtIterator(9.0f, 4, c.begin()).mBeatPosAbs, 3.0f);
+    EXPECT_FALSE(c.FindEvInAnyElWithBeatPosAbsStartSearchAtIterator(0.5f, 1, c.begin() + 2).mFound);
+
+    EXPECT_FLOAT_EQ(c.FindNoteInAnyEl(0.0f, 2, 0x36, 255).mBeatPosAbs, 2.0f);
+    EXPECT_FALSE(c.FindNoteInAnyEl(0.0f, 2, 0x36, 3).mFound);
+    EXPECT_FLOAT_EQ(c.FindNextNoteInAnyEl(0.0f, TInstTreeUid_Undef, 255).mBeatPosAbs, 2.0f);
+    EXPECT_FLOAT_EQ(c.FindPrevNoteInAnyEl(3.0f, TInstTreeUid_Undef, 255).mBeatPosAbs, 2.0f);
+    EXPECT_FLOAT_EQ(c.FindPrevNoteInAnyEl(3.5f, 36, 255).mBeatPosAbs, 3.0f);
+    EXPECT_FALSE(c.FindPrevNoteInAnyEl(0.0f, TInstTreeUid_Undef, 255).mFound);
+}
