@@ -53,9 +53,64 @@ void CGenInstLib::CheckContentSanity(const std::string& prefix, std::string& rep
 {
     if (!mStyles || mStyles->empty())
         report += prefix + InstName(mInstType) + ": no styles\n";
+    const std::string graphPrefix = prefix + std::to_string(int(mInstType)) + " " + InstName(mInstType) + " ";
+    for (const auto& g : mPatternGraphs)
+        g.CheckContentSanity(graphPrefix, report);
 }
 
-CGenGenreLib::CGenGenreLib(std::string genre) : mGenre(std::move(genre)) { mInstLibs.emplace_back(TGenInstType_Drums); }
+CGenGenreLib::CGenGenreLib(std::string genre)
+    : mGenre(std::move(genre)), mClaveLibs(CGenClaveLib("DefaultClaveLib from ctor"))
+{
+    mInstLibs.emplace_back(TGenInstType_Drums);
+    _SetWeakPointersToClaveLibs();
+}
+
+CGenGenreLib::CGenGenreLib(const CGenGenreLib& o) : mGenre(o.mGenre), mClaveLibs(o.mClaveLibs), mInstLibs(o.mInstLibs)
+{
+    _SetWeakPointersToClaveLibs();
+}
+
+CGenGenreLib::CGenGenreLib(CGenGenreLib&& o) noexcept
+    : mGenre(std::move(o.mGenre)), mClaveLibs(std::move(o.mClaveLibs)), mInstLibs(std::move(o.mInstLibs))
+{
+    _SetWeakPointersToClaveLibs();
+}
+
+CGenGenreLib& CGenGenreLib::operator=(const CGenGenreLib& o)
+{
+    if (this != &o) {
+        mGenre = o.mGenre;
+        mClaveLibs = o.mClaveLibs;
+        mInstLibs = o.mInstLibs;
+        _SetWeakPointersToClaveLibs();
+    }
+    return *this;
+}
+
+CGenGenreLib& CGenGenreLib::operator=(CGenGenreLib&& o) noexcept
+{
+    mGenre = std::move(o.mGenre);
+    mClaveLibs = std::move(o.mClaveLibs);
+    mInstLibs = std::move(o.mInstLibs);
+    _SetWeakPointersToClaveLibs();
+    return *this;
+}
+
+void CGenGenreLib::_SetWeakPointersToClaveLibs()
+{
+    for (auto& l : mInstLibs)
+        for (auto& g : l.mPatternGraphs)
+            g.SetWeakClaveLibs(&mClaveLibs);
+}
+
+bool CGenGenreLib::AssertWeakClaveLibs() const
+{
+    for (const auto& l : mInstLibs)
+        for (const auto& g : l.mPatternGraphs)
+            if (g.WeakClaveLibs() != &mClaveLibs)
+                return false;
+    return true;
+}
 
 CGenInstLib* CGenGenreLib::FindInstLib(_TGenInstType type)
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Generator/CGenTypes.h"
+#include "Generator/clave/CGenClaveLib.h"
 #include "Generator/patterns/CGenPatternCoord.h"
 #include "Generator/patterns/CGenPatternGraphBoost.h"
 #include "Generator/stylegraph/CGenStyle.h"
@@ -41,11 +42,23 @@ public:
 class CGenGenreLib {
 public:
     explicit CGenGenreLib(std::string genre = kDefaultGenreName);
+    // Copies and moves point the graphs at their own genre's clave libraries.
+    CGenGenreLib(const CGenGenreLib& o);
+    CGenGenreLib(CGenGenreLib&& o) noexcept;
+    CGenGenreLib& operator=(const CGenGenreLib& o);
+    CGenGenreLib& operator=(CGenGenreLib&& o) noexcept;
 
     static constexpr const char* kDefaultGenreName = "DefaultGenre";
 
     std::string mGenre;
+    // One library named "DefaultClaveLib from ctor" at first.
+    CGenClaveLibs mClaveLibs;
     std::vector<CGenInstLib> mInstLibs;
+
+    // Points every graph at mClaveLibs; due after each copy, move and load.
+    void _SetWeakPointersToClaveLibs();
+    // Whether every graph points at mClaveLibs.
+    bool AssertWeakClaveLibs() const;
 
     CGenInstLib* FindInstLib(_TGenInstType type);
     const CGenInstLib* FindInstLib(_TGenInstType type) const;

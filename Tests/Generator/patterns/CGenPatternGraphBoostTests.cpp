@@ -1,3 +1,4 @@
+#include "Generator/library/CGenGenreLibs.h"
 #include "Generator/patterns/CGenPatternGraphBoost.h"
 
 #include "TestSupport/ArchiveRoundTrip.h"
@@ -394,4 +395,24 @@ TEST(CGenPatternGraphBoost, BadArchivesFailWithoutHarm)
     // The graph stays usable.
     g = SmallGraph();
     EXPECT_EQ(g.PatternCount(), 3u);
+}
+
+TEST(CGenPatternGraphBoost, TheGenrePointsItsGraphsAtItsOwnClaveLibraries)
+{
+    CGenGenreLib genre("Rock");
+    ASSERT_EQ(genre.mClaveLibs.size(), 1u);
+    EXPECT_EQ(genre.mClaveLibs.front().mName, "DefaultClaveLib from ctor");
+    EXPECT_TRUE(genre.AssertWeakClaveLibs());
+    EXPECT_EQ(genre.mInstLibs.front().PatternGraph(TPatternGraphType_Fill).WeakClaveLibs(), &genre.mClaveLibs);
+
+    const CGenGenreLib copy = genre;
+    EXPECT_TRUE(copy.AssertWeakClaveLibs());
+    EXPECT_EQ(copy.mInstLibs.front().PatternGraph(TPatternGraphType_System).WeakClaveLibs(), &copy.mClaveLibs);
+    CGenGenreLibs genres;
+    genres.push_back(genre);
+    genres.CreateDefaultGenre();
+    for (const CGenGenreLib& g : genres)
+        EXPECT_TRUE(g.AssertWeakClaveLibs());
+    genre.mInstLibs.front().PatternGraph(TPatternGraphType_System).SetWeakClaveLibs(nullptr);
+    EXPECT_FALSE(genre.AssertWeakClaveLibs());
 }
