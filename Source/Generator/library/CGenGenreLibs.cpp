@@ -125,6 +125,12 @@ const CGenInstLib* CGenGenreLib::FindInstLib(_TGenInstType type) const
     return const_cast<CGenGenreLib*>(this)->FindInstLib(type);
 }
 
+void CGenGenreLib::SetAllPatternCoordConv(const CGenPatternCoordConv& conv)
+{
+    for (auto& l : mInstLibs)
+        l.SetAllPatternCoordConv(conv);
+}
+
 void CGenGenreLib::RandomSeed(uint32_t seed)
 {
     for (auto& l : mInstLibs)

@@ -63,6 +63,8 @@ public:
     CGenInstLib* FindInstLib(_TGenInstType type);
     const CGenInstLib* FindInstLib(_TGenInstType type) const;
     void RandomSeed(uint32_t seed);
+    // One coordinate conversion for every graph of every instrument library.
+    void SetAllPatternCoordConv(const CGenPatternCoordConv& conv);
     void CheckContentSanity(const std::string& prefix, std::string& report) const;
 };
 

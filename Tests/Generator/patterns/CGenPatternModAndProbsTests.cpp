@@ -345,3 +345,31 @@ TEST(CGenPatternModAndProbs, EventsAcrossElements)
     EXPECT_FLOAT_EQ(c.FindPrevNoteInAnyEl(3.5f, 36, 255).mBeatPosAbs, 3.0f);
     EXPECT_FALSE(c.FindPrevNoteInAnyEl(0.0f, TInstTreeUid_Undef, 255).mFound);
 }
+
+TEST(CGenPatternModAndProbs, ADrawnElementIsWrittenAsItsOwnCopy)
+{
+    ThreeInARow t;
+    CGenRandom random(2);
+    // Weights 10, 10, 10: r = 59559187 % 30 = 7, the first element.
+    auto chosen = t.mList.ChooseRandomly(random);
+    ASSERT_EQ(chosen, t.mList.begin());
+    chosen->PatternToBeModified().mEvs.clear();
+    chosen->MoveBeatPosAbsAndShiftBeatPosOfAllEventsAccordingly(chosen->mBeatPosAbs + 1.0f);
+    EXPECT_EQ(t.mGraph.PatternAtIx(0).mEvs.size(), 2u);
+    EXPECT_FLOAT_EQ(t.mGraph.PatternAtIx(0).Length(), 4.0f);
+    EXPECT_TRUE(chosen->PatternToBeRead().mEvs.empty());
+    EXPECT_FLOAT_EQ(chosen->Length(), 3.0f);
+}
+
+TEST(CGenPatternModAndProbs, DoubleEventsCheck)
+{
+    ThreeInARow t;
+    EXPECT_FALSE(t.mList.Dbg_CheckForDoubleEvents(TPatternGraphType_Undef, false));
+    t.mList[1].PatternToBeModified().mEvs.push_back(Note(0.0f));
+    EXPECT_TRUE(t.mList.Dbg_CheckForDoubleEvents(TPatternGraphType_Undef, false));
+    EXPECT_TRUE(t.mList.Dbg_CheckForDoubleEvents(TPatternGraphType_System, false));
+    EXPECT_FALSE(t.mList.Dbg_CheckForDoubleEvents(TPatternGraphType_Fill, false));
+    // The same position with another note is no double.
+    t.mList[1].PatternToBeModified().mEvs.back().mMB1 = 38;
+    EXPECT_FALSE(t.mList.Dbg_CheckForDoubleEvents(TPatternGraphType_Undef, false));
+}
