@@ -40,36 +40,49 @@ bool LoadTextArchiveFromData(T& object, const std::vector<uint8_t>& data)
     }
 }
 
+// `outReason`, when given, receives why a call failed.
 template <class T>
-bool SaveTextArchiveToPath(const T& object, const std::string& path)
+bool SaveTextArchiveToPath(const T& object, const std::string& path, std::string* outReason = nullptr)
 {
+    std::string reason = "the file can't be opened";
     try {
         std::ofstream os(path);
-        if (!os)
-            return false;
-        {
-            boost::archive::text_oarchive oa(os);
-            oa << object;
+        if (os) {
+            {
+                boost::archive::text_oarchive oa(os);
+                oa << object;
+            }
+            // Closing flushes: a full disk shows only here.
+            os.close();
+            if (!os.fail())
+                return true;
+            reason = "the file can't be written";
         }
-        return static_cast<bool>(os);
-    } catch (const std::exception&) {
-        return false;
+    } catch (const std::exception& e) {
+        reason = e.what();
     }
+    if (outReason)
+        *outReason = reason;
+    return false;
 }
 
 template <class T>
-bool LoadTextArchiveFromPath(T& object, const std::string& path)
+bool LoadTextArchiveFromPath(T& object, const std::string& path, std::string* outReason = nullptr)
 {
+    std::string reason = "the file can't be opened";
     try {
         std::ifstream is(path);
-        if (!is)
-            return false;
-        boost::archive::text_iarchive ia(is);
-        ia >> object;
-        return true;
-    } catch (const std::exception&) {
-        return false;
+        if (is) {
+            boost::archive::text_iarchive ia(is);
+            ia >> object;
+            return true;
+        }
+    } catch (const std::exception& e) {
+        reason = e.what();
     }
+    if (outReason)
+        *outReason = reason;
+    return false;
 }
 
 } // namespace zkgen

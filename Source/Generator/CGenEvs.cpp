@@ -1,13 +1,11 @@
 #include "Generator/CGenEvs.h"
 
+#include "Generator/CGenArchiveIO.h"
 #include "Generator/CGenRandom.h"
 #include "Platform/ZKLog.h"
 
-#include <boost/archive/text_iarchive.hpp>
-#include <boost/archive/text_oarchive.hpp>
 
 #include <algorithm>
-#include <fstream>
 #include <utility>
 
 CGenEvs::iterator CGenEvs::InsertAtBeatPos(const CGenEv& ev)
@@ -179,23 +177,9 @@ bool CGenEvs::IsSortedByCompareEv() const
 
 bool CGenEvs::SerializeToPath(const std::string& path) const
 {
-    std::string reason = "the file can't be opened";
-    try {
-        std::ofstream os(path);
-        if (os) {
-            {
-                boost::archive::text_oarchive oa(os);
-                oa << *this;
-            }
-            // Closing flushes: a full disk shows only here.
-            os.close();
-            if (!os.fail())
-                return true;
-            reason = "the file can't be written";
-        }
-    } catch (const std::exception& e) {
-        reason = e.what();
-    }
+    std::string reason;
+    if (zkgen::SaveTextArchiveToPath(*this, path, &reason))
+        return true;
     ZKLogf(ZKLogCategory_GeneratorStorage, "CGenEvs SerializeToPath '%{public}s' failed with reason: %{public}s",
         {path, reason});
     return false;
@@ -204,18 +188,11 @@ bool CGenEvs::SerializeToPath(const std::string& path) const
 bool CGenEvs::DeserializeFromPath(const std::string& path)
 {
     // Loaded aside, so that a failure leaves the list as it was.
-    std::string reason = "the file can't be opened";
-    try {
-        std::ifstream is(path);
-        if (is) {
-            boost::archive::text_iarchive ia(is);
-            CGenEvs loaded;
-            ia >> loaded;
-            *this = std::move(loaded);
-            return true;
-        }
-    } catch (const std::exception& e) {
-        reason = e.what();
+    CGenEvs loaded;
+    std::string reason;
+    if (zkgen::LoadTextArchiveFromPath(loaded, path, &reason)) {
+        *this = std::move(loaded);
+        return true;
     }
     ZKLogf(ZKLogCategory_GeneratorStorage, "CGenEvs DeserializeFromPath '%{public}s' failed with reason: %{public}s",
         {path, reason});

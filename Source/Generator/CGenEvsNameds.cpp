@@ -1,6 +1,7 @@
 #include "Generator/CGenEvsNameds.h"
 
 #include "Generator/CGenAssert.h"
+#include "Generator/patterns/GenFindEvAcrossEls.h"
 
 #include <algorithm>
 
@@ -57,55 +58,20 @@ bool CGenEvsNameds::IterateToNextEvInNextElOfRenderingPatternGraphType(TPatternG
 
 namespace {
 
-// TFindBeat modes over the absolute positions of the events that `accept`
-// lets through, across elements that may overlap.
+// The TFindBeat search over absolute event positions, across elements that may overlap.
 template <class TAccept>
 CGenEvsNameds::TEvRef FindEvAcrossEls(const CGenEvsNameds& els, CGenEvsNameds::const_iterator elStart, float pos,
     TFindBeat mode, TAccept accept)
 {
-    CGenEvsNameds::TEvRef best, firstEqual;
-    float bestPos = 0.0f;
-    bool anyBehind = false;
-    for (auto el = elStart; el != els.end(); ++el) {
-        if (GenIsUndef(el->mBeatPosAbs))
-            continue;
-        for (auto ev = el->mEvs.begin(); ev != el->mEvs.end(); ++ev) {
-            if (GenIsUndef(ev->mBeatPos) || !accept(*ev))
-                continue;
-            const float p = el->mBeatPosAbs + ev->mBeatPos;
-            anyBehind = anyBehind || p > pos;
-            if (p == pos && !firstEqual.mFound)
-                firstEqual = CGenEvsNameds::TEvRef {el, ev, true};
-            bool take = false;
-            switch (mode) {
-            case 1: take = p > pos && (!best.mFound || p < bestPos); break;
-            case 2: take = p >= pos && (!best.mFound || p < bestPos); break;
-            case 3: take = p <= pos && (!best.mFound || p > bestPos); break;
-            case 4: take = p < pos && (!best.mFound || p > bestPos); break;
-            default: break;
-            }
-            if (take) {
-                best = CGenEvsNameds::TEvRef {el, ev, true};
-                bestPos = p;
-            }
-        }
-    }
-    switch (mode) {
-    case 0: return firstEqual;
-    case 3: return anyBehind ? best : CGenEvsNameds::TEvRef {};
-    case 4: return firstEqual.mFound ? firstEqual : best;
-    default: return best;
-    }
+    const auto found = zkgen::FindEvAcrossEls(elStart, els.end(), pos, mode,
+        [](const CGenEvsNamed& el) { return el.mBeatPosAbs; }, [](const CGenEvsNamed& el) -> const CGenEvs& { return el.mEvs; },
+        accept);
+    if (!found.mFound)
+        return {};
+    return CGenEvsNameds::TEvRef {found.mEl, found.mEv, true};
 }
 
-bool IsMatchingNote(const CGenEv& ev, TInstTreeUid uid, int channel)
-{
-    if (!ev.IsSoundingNote())
-        return false;
-    if (uid != TInstTreeUid_Undef && uid != -1 && ev.mMB1 != static_cast<int>(static_cast<uint32_t>(uid)))
-        return false;
-    return channel == 255 || ev.Channel() == (channel & 0x0F);
-}
+bool IsMatchingNote(const CGenEv& ev, TInstTreeUid uid, int channel) { return zkgen::GenIsMatchingNote(ev, uid, channel); }
 
 } // namespace
 

@@ -1,6 +1,7 @@
 #include "Generator/CGenGenerator.h"
 
 #include "Generator/CGenContext.h"
+#include "Generator/instruments/CGenInstTree.h"
 #include "Platform/ZKTime.h"
 
 #include <cmath>
@@ -325,7 +326,9 @@ void CGenGenerator::_Generate_EraseUnplayableNotes()
         auto it = map.find(t);
         return it == map.end() ? empty : it->second;
     };
-    const TInstTreeUids footUids;
+    // The feet can't play what the accents already play with them.
+    TInstTreeUids footUids;
+    GenDrumInstTreeV1().CreateDrumsFootUids(footUids);
     system->second.EraseMaskedNotes(layer(TPatternGraphType_AccentFamily), layer(TPatternGraphType_AccentAddon),
         rt.mParams->mEvsTempo, footUids, kEraseUnplayableNotesToleranceNs, footUids);
 }
