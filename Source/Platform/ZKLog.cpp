@@ -96,16 +96,16 @@ std::string ShortestDouble(double d)
     return ec == std::errc() ? std::string(buffer, end) : std::string("nan");
 }
 
-std::string Printf(const std::string& spec, auto value)
+std::string Printf(const std::string& printfFormat, auto value)
 {
     char buffer[128];
-    const int n = std::snprintf(buffer, sizeof buffer, spec.c_str(), value);
+    const int n = std::snprintf(buffer, sizeof buffer, printfFormat.c_str(), value);
     if (n < 0)
         return {};
     if (static_cast<size_t>(n) < sizeof buffer)
         return std::string(buffer, static_cast<size_t>(n));
     std::string big(static_cast<size_t>(n) + 1, '\0');
-    std::snprintf(big.data(), big.size(), spec.c_str(), value);
+    std::snprintf(big.data(), big.size(), printfFormat.c_str(), value);
     big.resize(static_cast<size_t>(n));
     return big;
 }
@@ -116,23 +116,23 @@ std::string Convert(char conversion, const std::string& flagsWidthPrecision, con
     if (!arg)
         return "(null)";
     const auto& v = arg->Value();
-    const std::string spec = "%" + flagsWidthPrecision;
+    const std::string printfFormat = "%" + flagsWidthPrecision;
     switch (conversion) {
     case 'd':
     case 'i':
         if (const auto* i = std::get_if<int64_t>(&v))
-            return Printf(spec + "lld", static_cast<long long>(*i));
+            return Printf(printfFormat + "lld", static_cast<long long>(*i));
         if (const auto* u = std::get_if<uint64_t>(&v))
-            return Printf(spec + "llu", static_cast<unsigned long long>(*u));
+            return Printf(printfFormat + "llu", static_cast<unsigned long long>(*u));
         break;
     case 'u':
     case 'x':
     case 'X':
     case 'o':
         if (const auto* i = std::get_if<int64_t>(&v))
-            return Printf(spec + "ll" + conversion, static_cast<unsigned long long>(*i));
+            return Printf(printfFormat + "ll" + conversion, static_cast<unsigned long long>(*i));
         if (const auto* u = std::get_if<uint64_t>(&v))
-            return Printf(spec + "ll" + conversion, static_cast<unsigned long long>(*u));
+            return Printf(printfFormat + "ll" + conversion, static_cast<unsigned long long>(*u));
         break;
     case 'f':
     case 'F':
@@ -143,22 +143,22 @@ std::string Convert(char conversion, const std::string& flagsWidthPrecision, con
     case 'a':
     case 'A':
         if (const auto* d = std::get_if<double>(&v))
-            return Printf(spec + conversion, *d);
+            return Printf(printfFormat + conversion, *d);
         if (const auto* i = std::get_if<int64_t>(&v))
-            return Printf(spec + conversion, static_cast<double>(*i));
+            return Printf(printfFormat + conversion, static_cast<double>(*i));
         if (const auto* u = std::get_if<uint64_t>(&v))
-            return Printf(spec + conversion, static_cast<double>(*u));
+            return Printf(printfFormat + conversion, static_cast<double>(*u));
         break;
     case 'c':
         if (const auto* i = std::get_if<int64_t>(&v))
-            return Printf(spec + "c", static_cast<int>(*i));
+            return Printf(printfFormat + "c", static_cast<int>(*i));
         if (const auto* u = std::get_if<uint64_t>(&v))
-            return Printf(spec + "c", static_cast<int>(*u));
+            return Printf(printfFormat + "c", static_cast<int>(*u));
         break;
     default: break;
     }
     const std::string text = arg->ToString();
-    return flagsWidthPrecision.empty() ? text : Printf(spec + "s", text.c_str());
+    return flagsWidthPrecision.empty() ? text : Printf(printfFormat + "s", text.c_str());
 }
 
 } // namespace
@@ -276,15 +276,15 @@ std::string ZKLogFormat(std::string_view format, const std::vector<ZKLogArg>& ar
             }
             j = close + 1;
         }
-        std::string spec;
+        std::string printfFormat;
         while (j < n && std::string_view("-+ #0").find(format[j]) != std::string_view::npos)
-            spec.push_back(format[j++]);
+            printfFormat.push_back(format[j++]);
         while (j < n && std::isdigit(static_cast<unsigned char>(format[j])))
-            spec.push_back(format[j++]);
+            printfFormat.push_back(format[j++]);
         if (j < n && format[j] == '.') {
-            spec.push_back(format[j++]);
+            printfFormat.push_back(format[j++]);
             while (j < n && std::isdigit(static_cast<unsigned char>(format[j])))
-                spec.push_back(format[j++]);
+                printfFormat.push_back(format[j++]);
         }
         while (j < n && std::string_view("hlqzjtL").find(format[j]) != std::string_view::npos)
             ++j;
@@ -300,7 +300,7 @@ std::string ZKLogFormat(std::string_view format, const std::vector<ZKLogArg>& ar
         }
         const ZKLogArg* arg = next < args.size() ? &args[next] : nullptr;
         ++next;
-        out += Convert(conversion, spec, arg);
+        out += Convert(conversion, printfFormat, arg);
         i = j;
     }
     return out;
