@@ -1,38 +1,94 @@
 #pragma once
 
-#include "Platform/TGenDict.h"
+#include "Generator/CGenSerialization.h"
+#include "Generator/stylegraph/CGenStyleGraphs.h"
+#include "Platform/ZKFileOps.h"
 
-#include <memory>
+#include <boost/serialization/version.hpp>
+
 #include <string>
 #include <vector>
 
-// A player's personality: a name, properties and (loaded on first use) the
-// keyed style graphs. The graphs and the style file arrive with the style-graph
-// runtime; a style holds its name and properties until then.
+// The extension of a style file.
+inline constexpr const char* kCGenStyleFileExtension = "style";
+
+// A player's personality: a name, a unique ID and the keyed graphs that
+// decide pattern choice, loaded from the style's own file on first use.
 class CGenStyle {
 public:
-    CGenStyle() = default;
-    explicit CGenStyle(std::string name) : mName(std::move(name)) {}
+    CGenStyle() : mUniqueID(CreateUniqueID()) {}
+    explicit CGenStyle(std::string name) : mName(std::move(name)), mUniqueID(CreateUniqueID()) {}
 
     const std::string& Name() const { return mName; }
     void SetName(const std::string& name) { mName = name; }
-    TGenDict& Properties() { return mProperties; }
-    const TGenDict& Properties() const { return mProperties; }
+    const std::string& UniqueID() const { return mUniqueID; }
+    void SetUniqueID(const std::string& uniqueID) { mUniqueID = uniqueID; }
+    CGenStyleGraphs& StyleGraphs() { return mStyleGraphs; }
+    const CGenStyleGraphs& StyleGraphs() const { return mStyleGraphs; }
 
-    // Loads the graphs from the style's file unless they are cached.
-    bool LoadStyleGraphsIfNotCachedAlready() { return true; }
+    // Whether the graphs are there. Loading needs the folder of the style
+    // files, which the style list knows: CGenStyles::LoadStyleGraphsIfNotCachedAlready.
+    bool LoadStyleGraphsIfNotCachedAlready() const { return mStyleGraphs.HasEntries(); }
+
+    // A new process-unique text (32 hexadecimal digits in the 8-4-4-4-12
+    // groups of a UUID).
+    static std::string CreateUniqueID();
+    // "<name> - <unique ID>" when either is not empty, else empty. It names
+    // the style's file and its script state, so a rename makes new ones.
+    std::string Identifier() const;
+
+    // Name and unique ID; graphs are not compared.
+    bool operator==(const CGenStyle& o) const { return mName == o.mName && mUniqueID == o.mUniqueID; }
+
+    // Version 4: "mName", "mUniqueID". Versions 1 and 2 kept the graphs
+    // ("mStyleGraphs") first; version 1 had no name; below 4 a load makes a
+    // new unique ID.
+    template <class Archive>
+    void save(Archive& ar, const unsigned int /*version*/) const
+    {
+        ar& boost::serialization::make_nvp("mName", mName);
+        ar& boost::serialization::make_nvp("mUniqueID", mUniqueID);
+    }
+    template <class Archive>
+    void load(Archive& ar, const unsigned int version)
+    {
+        if (version <= 2)
+            ar& boost::serialization::make_nvp("mStyleGraphs", mStyleGraphs);
+        if (version >= 2)
+            ar& boost::serialization::make_nvp("mName", mName);
+        if (version >= 4)
+            ar& boost::serialization::make_nvp("mUniqueID", mUniqueID);
+        else
+            mUniqueID = CreateUniqueID();
+    }
+    BOOST_SERIALIZATION_SPLIT_MEMBER()
 
 private:
     std::string mName;
-    TGenDict mProperties;
+    std::string mUniqueID;
+    CGenStyleGraphs mStyleGraphs;
 };
 
-// The styles of an instrument library.
+BOOST_CLASS_VERSION(CGenStyle, 4)
+
+// The styles of an instrument library, with the folder that holds their
+// style files (set by the library's loader).
 class CGenStyles : public std::vector<CGenStyle> {
 public:
     using std::vector<CGenStyle>::vector;
-    bool LoadStyleGraphsIfNotCachedAlready(size_t ix)
-    {
-        return ix < size() && (*this)[ix].LoadStyleGraphsIfNotCachedAlready();
-    }
+
+    const TGenUrl& StyleGraphsFolderURL() const { return mStyleGraphsFolderURL; }
+    void SetStyleGraphsFolderURL(const TGenUrl& url) { mStyleGraphsFolderURL = url; }
+    // "<folder>/<identifier>.style"; empty without a folder or an identifier.
+    TGenUrl StyleGraphsURLForStyle(const CGenStyle& style) const;
+
+    // The load point of every user: loads the style's graphs from its file
+    // unless they are there; true when the style has graphs afterwards.
+    bool LoadStyleGraphsIfNotCachedAlready(CGenStyle& style) const;
+    bool LoadStyleGraphsIfNotCachedAlready(size_t ix) { return ix < size() && LoadStyleGraphsIfNotCachedAlready((*this)[ix]); }
+    // The style of a parameter's style index (a negative index meaning 0); null when there is none.
+    CGenStyle* ChooseStyle(int styleIx);
+
+private:
+    TGenUrl mStyleGraphsFolderURL;
 };

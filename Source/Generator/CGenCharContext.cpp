@@ -1,0 +1,155 @@
+#include "Generator/CGenCharContext.h"
+
+#include "Generator/CGenContext.h"
+#include "Generator/CGenGeneratorParams.h"
+#include "Generator/patterns/CGenPatternGraphBoost.h"
+#include "Generator/stylegraph/CGenGFModuleFilterPatternName.h"
+
+#include <algorithm>
+
+bool CGenCharContext::GeneratorParamsValid() const
+{
+    return mContext && mContext->mParams;
+}
+
+CGenGeneratorParams* CGenCharContext::GeneratorParams() const
+{
+    return mContext ? mContext->mParams : nullptr;
+}
+
+bool CGenCharContext::InstLibValid() const
+{
+    return mContext && mContext->mInstLib;
+}
+
+CGenInstLib* CGenCharContext::InstLib() const
+{
+    return mContext ? mContext->mInstLib : nullptr;
+}
+
+namespace {
+
+template <class TEls>
+const typename TEls::value_type* InForce(const TEls& els, float pos)
+{
+    const auto it = els.ElInForceAt(pos);
+    return it == els.end() ? nullptr : &*it;
+}
+
+} // namespace
+
+const CGenEvSignKey* CGenCharContext::FindEvSignKeyValidAt(float pos) const
+{
+    return GeneratorParamsValid() ? InForce(mContext->mParams->mEvsSignKey, pos) : nullptr;
+}
+
+const CGenEvHarmCenter* CGenCharContext::FindEvHarmCenterValidAt(float pos) const
+{
+    return GeneratorParamsValid() ? InForce(mContext->mParams->mEvsHarmCenter, pos) : nullptr;
+}
+
+const CGenEvChord* CGenCharContext::FindEvChordValidAt(float pos) const
+{
+    return GeneratorParamsValid() ? InForce(mContext->mParams->mEvsChord, pos) : nullptr;
+}
+
+bool CGenCharContext::GeneratorParams_GetFirstBarLengthSTTarget(float& length) const
+{
+    length = TGenBeatLength_Undef;
+    if (!GeneratorParamsValid())
+        return false;
+    const CGenGeneratorParams& p = *mContext->mParams;
+    const float nextBar = p.mEvsSignTime.FindBarStartPos(p.mGenerateStartPosAbs, 1);
+    if (GenIsUndef(nextBar))
+        return false;
+    length = nextBar - p.mGenerateStartPosAbs;
+    return true;
+}
+
+bool CGenCharContext::GeneratorParams_GetFirstBarLengthCroppedbyGenerateLengthSTTarget(float& length) const
+{
+    if (!GeneratorParams_GetFirstBarLengthSTTarget(length))
+        return false;
+    const float generateLength = mContext->mParams->mGenerateLength;
+    if (GenIsDef(generateLength) && generateLength < length)
+        length = std::max(0.0f, generateLength);
+    return true;
+}
+
+bool CGenCharContext::GeneratorParams_PickupBarExists() const
+{
+    if (!GeneratorParamsValid())
+        return false;
+    const CGenGeneratorParams& p = *mContext->mParams;
+    return GenIsDef(p.mGenerateStartPosAbs) && GenIsDef(p.mGenerateStartLeftBarPosAbs)
+        && p.mGenerateStartPosAbs > p.mGenerateStartLeftBarPosAbs;
+}
+
+bool CGenCharContext::InStyleGraphGlobalMerged() const
+{
+    return mContext && mContext->mStyleGraphKey == kStyleGraphKey_GlobalToMerged;
+}
+
+const CGenSignTimeTrafos* CGenCharContext::SignTimeTrafosFromPatternGraphOrContext() const
+{
+    if (!mContext)
+        return nullptr;
+    if (mContext->mPatternGraph && !mContext->mPatternGraph->SignTimeTrafos().empty())
+        return &mContext->mPatternGraph->SignTimeTrafos();
+    return &mContext->mSignTimeTrafos;
+}
+
+void CGenCharContext::SetSignTimeTrafosForLayerBitmask(CGenBitmask layerBitmask, const CGenSignTimeTrafos& trafos)
+{
+    if (!mContext)
+        return;
+    CGenSignTimeTrafos& own = mContext->mSignTimeTrafos;
+    own.erase(std::remove_if(own.begin(), own.end(),
+                  [&](const CGenSignTimeTrafo& t) { return t.mLayerBitmask == layerBitmask; }),
+        own.end());
+    own.AppendForLayerBitmask(layerBitmask, trafos);
+}
+
+bool CGenCharContext::SetSignTimeTrafosPresetForLayerBitmask(CGenBitmask layerBitmask, const std::string& presetName)
+{
+    CGenSignTimeTrafos preset;
+    if (!mContext || !preset.AppendPresetForLayerBitmask(layerBitmask, presetName))
+        return false;
+    SetSignTimeTrafosForLayerBitmask(layerBitmask, preset);
+    return true;
+}
+
+const CGenEvs* CGenCharContext::GlobalOriginalEvs() const
+{
+    return mContext ? &mContext->mGlobalOriginalEvs : nullptr;
+}
+
+bool CGenCharContext::GlobalOriginalEvsInGenerateRangeAsPatterns(CGenPatternModAndProbs& mods) const
+{
+    if (!GeneratorParamsValid())
+        return false;
+    const CGenGeneratorParams& p = *mContext->mParams;
+    const float start = p.mGenerateStartPosAbs;
+    const float length = p.mGenerateLength;
+    if (GenIsUndef(start) || GenIsUndef(length) || length < 0.0f)
+        return false;
+    CGenPattern pattern("GlobalOriginalEvs");
+    for (const CGenEv& ev : mContext->mGlobalOriginalEvs) {
+        if (ev.mBeatPos < start || !(ev.mBeatPos < start + length))
+            continue;
+        CGenEv moved(ev);
+        moved.mBeatPos -= start;
+        pattern.mEvs.push_back(moved);
+    }
+    pattern.mEvs.mLength = length;
+    mods.emplace_back(start, start, pattern);
+    mods.mSTDefaultOrTarget = TSTDefaultOrTarget::Target;
+    return true;
+}
+
+void CGenCharContext::FilterPatternsByName(CGenPatternModAndProbs& in, CGenPatternModAndProbs& out,
+    const std::string& regex, double matchFactor, double nonMatchFactor) const
+{
+    CGenGFRegex expression(regex);
+    CGenGFModuleFilterPatternName::FilterPatternsByName(in, out, expression, matchFactor, nonMatchFactor);
+}

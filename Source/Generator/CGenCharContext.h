@@ -1,0 +1,71 @@
+#pragma once
+
+#include "Generator/CGenBitmask.h"
+#include "Generator/CGenEvs.h"
+#include "Generator/patterns/CGenPatternModAndProbs.h"
+
+#include <string>
+
+class CGenContext;
+class CGenGeneratorParams;
+class CGenInstLib;
+class CGenEvSignKey;
+class CGenEvHarmCenter;
+class CGenEvChord;
+class CGenSignTimeTrafos;
+
+// A thin view on the generation's CGenContext, made for what a player's
+// behaviour asks: every operation reads through the pointer, and a view
+// without a context (or a context without the member asked for) answers
+// "not valid", null or undefined.
+class CGenCharContext {
+public:
+    explicit CGenCharContext(CGenContext* context = nullptr) : mContext(context) {}
+
+    // Not owned; the first member, by design.
+    CGenContext* mContext = nullptr;
+
+    bool GeneratorParamsValid() const;
+    CGenGeneratorParams* GeneratorParams() const;
+    bool InstLibValid() const;
+    CGenInstLib* InstLib() const;
+
+    // The harmonic element in force at a position, or null.
+    const CGenEvSignKey* FindEvSignKeyValidAt(float pos) const;
+    const CGenEvHarmCenter* FindEvHarmCenterValidAt(float pos) const;
+    const CGenEvChord* FindEvChordValidAt(float pos) const;
+
+    // The first bar of the generate range in the song's metre: from the
+    // generate start to the end of its bar. False (length undefined) without
+    // params or signatures.
+    bool GeneratorParams_GetFirstBarLengthSTTarget(float& length) const;
+    // The same, but not beyond the generate length.
+    bool GeneratorParams_GetFirstBarLengthCroppedbyGenerateLengthSTTarget(float& length) const;
+    // The generate start lies inside a bar, after the bar's start.
+    bool GeneratorParams_PickupBarExists() const;
+
+    // The running graph is the one over the merged events.
+    bool InStyleGraphGlobalMerged() const;
+
+    // The transformations of the current pattern graph, or, when it has none,
+    // those set on the context; null without a context.
+    const CGenSignTimeTrafos* SignTimeTrafosFromPatternGraphOrContext() const;
+    // Replaces the context's transformations of `layerBitmask` by copies of `trafos`.
+    void SetSignTimeTrafosForLayerBitmask(CGenBitmask layerBitmask, const CGenSignTimeTrafos& trafos);
+    // The same with a preset ("DrumsAccents", "DrumsSystems", "DrumsBrushes",
+    // "Bass"); false and no change for any other name.
+    bool SetSignTimeTrafosPresetForLayerBitmask(CGenBitmask layerBitmask, const std::string& presetName);
+
+    // The events the global stage started from.
+    const CGenEvs* GlobalOriginalEvs() const;
+    // Those of them inside the generate range as one pattern that starts at
+    // the generate start (positions in the song's metre); false without
+    // params or a defined range.
+    bool GlobalOriginalEvsInGenerateRangeAsPatterns(CGenPatternModAndProbs& mods) const;
+
+    // Copies the entries of `in` whose pattern names match `regex` scaled by
+    // `matchFactor`, the others by `nonMatchFactor`, dropping those that end
+    // at or below 0: the rule of the name filter module.
+    void FilterPatternsByName(CGenPatternModAndProbs& in, CGenPatternModAndProbs& out, const std::string& regex,
+        double matchFactor, double nonMatchFactor) const;
+};

@@ -1,0 +1,61 @@
+#include "Generator/stylegraph/CGenGFNodeManager.h"
+
+#include "Generator/stylegraph/CGenGFModule.h"
+#include "Generator/stylegraph/CGenGFModuleFilterPatternName.h"
+#include "Generator/stylegraph/CGenGFModuleMultiplexer.h"
+#include "Generator/stylegraph/CGenGFModulePatternProbProvider.h"
+#include "Generator/stylegraph/CGenGFModulePatternsIterator.h"
+#include "Generator/stylegraph/CGenGFModulePatternsMerger.h"
+#include "Generator/stylegraph/CGenGFModuleRandomPatternPicker.h"
+#include "Generator/stylegraph/CGenGFModuleStringSwitch.h"
+#include "Generator/stylegraph/CGenGFRegex.h"
+#include "Generator/stylegraph/CGenGFStringBins.h"
+
+const CGenGFNodeManager& CGenGFNodeManager::setupDefaultNodeManager()
+{
+    // The one lookup of the namespace is kept: after the first call the
+    // registry is only read.
+    static const CGenGFNodeManager& manager = static_cast<const CGenGFNodeManager&>(
+        ZKGFNodeManager::managerForNodeNamespaceCreating(kCGenGFNodeManager_DefaultNamespace, [] {
+            auto m = std::make_unique<CGenGFNodeManager>(kCGenGFNodeManager_DefaultNamespace);
+            m->registerBuiltInNodes();
+            return std::unique_ptr<ZKGFNodeManager>(std::move(m));
+        }));
+    return manager;
+}
+
+void CGenGFNodeManager::registerBuiltInNodes()
+{
+    // The fixed order of the module classes; classes that are not part of
+    // this engine yet keep their places free.
+    for (const CGenGFClassDescription* d : {
+             &CGenGFModule::ClassDescription(),
+             &CGenGFModuleFilterPatternName::ClassDescription(),
+             &CGenGFModulePatternProbConsumer::ClassDescription(),
+             &CGenGFModulePatternProbProvider::ClassDescription(),
+             &CGenGFModuleSplitter::ClassDescription(),
+             &CGenGFModuleDemultiplexer::ClassDescription(),
+             &CGenGFModuleMultiplexer::ClassDescription(),
+             &CGenGFModuleStringSwitch::ClassDescription(),
+             &CGenGFModuleValueSwitch::ClassDescription(),
+             &CGenGFModulePatternsMerger::ClassDescription(),
+             &CGenGFModulePatternsIterator::ClassDescription(),
+             &CGenGFModulePatternsIteratorProvider::ClassDescription(),
+             &CGenGFModulePatternsIteratorConsumer::ClassDescription(),
+             &CGenGFModuleRandomPatternPicker::ClassDescription(),
+             &CGenGFModuleTopProbFilter::ClassDescription(),
+         })
+        registerNodeWithClass(*d);
+
+    for (const ZKGFPortClass* c : {&CGenGFPort::Class(), &CGenGFVirtualPort::Class(), &CGenGFProxyPort::Class(),
+             &CGenGFPortBoolean::Class(), &CGenGFPortNumeric::Class(), &CGenGFPortIndexed::Class(),
+             &CGenGFPortString::Class(), &CGenGFPortPatternAndProbs::Class(),
+             &CGenGFModuleMultiplexerVirtualPort::Class(), &CGenGFModuleMultiplexerBooleanPort::Class(),
+             &CGenGFModuleMultiplexerIndexPort::Class(), &CGenGFModuleMultiplexerNumberPort::Class(),
+             &CGenGFModuleMultiplexerStringPort::Class(), &CGenGFModuleMultiplexerPortPatternAndProbs::Class(),
+             &CGenGFPortSplitterIndexed::Class()})
+        registerPortClass(*c);
+
+    registerObjectClass(CGenGFRegex::kClassName, CGenGFRegex::DecodeWithCoder);
+    registerObjectClass(CGenGFStringBins::kClassName, CGenGFStringBins::DecodeWithCoder);
+}

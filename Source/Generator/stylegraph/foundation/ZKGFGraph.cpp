@@ -1,0 +1,424 @@
+#include "Generator/stylegraph/foundation/ZKGFGraph.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr const char* kStateSubpatches = "@subpatches";
+constexpr const char* kStateConnections = "@connections";
+constexpr const char* kStateInputs = "@inputs";
+constexpr const char* kStateOutputs = "@outputs";
+constexpr const char* kEntryKey = "key";
+constexpr const char* kEntryClass = "class";
+constexpr const char* kEntryState = "state";
+constexpr const char* kEntryNode = "node";
+constexpr const char* kEntryPort = "port";
+constexpr const char* kEntryAttributes = "attributes";
+constexpr const char* kSourceNode = "sourceNode";
+constexpr const char* kSourcePort = "sourcePort";
+constexpr const char* kDestinationNode = "destinationNode";
+constexpr const char* kDestinationPort = "destinationPort";
+
+// The first reason wins; it names the graph it happened in.
+void SetError(std::string* outError, const ZKGFNode& node, const std::string& message)
+{
+    if (outError && outError->empty())
+        *outError = ZKGFNameForNode(&node) + ": " + message;
+}
+
+} // namespace
+
+ZKGFConnection::ZKGFConnection(ZKGFGraph& graph, ZKGFPort& sourcePort, ZKGFPort& destinationPort, const TGenDict& /*arguments*/)
+    : mGraph(&graph), mSourcePort(&sourcePort), mDestinationPort(&destinationPort)
+{
+}
+
+ZKGFGraph::ZKGFGraph(const ZKGFNodeClassDescription& description) : ZKGFNode(description) {}
+
+ZKGFGraph::~ZKGFGraph()
+{
+    // Tear-down touches nothing outside: connections and nodes go without
+    // their notices.
+    mFinalizing = true;
+    mConnections.clear();
+    mNodes.clear();
+}
+
+std::recursive_mutex* ZKGFGraph::_graphLock() const
+{
+    for (const ZKGFGraph* g = this; g; g = g->graph())
+        if (g->mGraphLock)
+            return g->mGraphLock.get();
+    return nullptr;
+}
+
+std::unique_lock<std::recursive_mutex> ZKGFGraph::_lockGraph() const
+{
+    std::recursive_mutex* lock = _graphLock();
+    return lock ? std::unique_lock<std::recursive_mutex>(*lock) : std::unique_lock<std::recursive_mutex>();
+}
+
+ZKGFNode* ZKGFGraph::nodeForKey(const std::string& key) const
+{
+    for (const TNodeEntry& e : mNodes)
+        if (e.mKey == key)
+            return e.mNode.get();
+    return nullptr;
+}
+
+std::string ZKGFGraph::keyForNode(const ZKGFNode* node) const
+{
+    for (const TNodeEntry& e : mNodes)
+        if (e.mNode.get() == node)
+            return e.mKey;
+    return {};
+}
+
+std::string ZKGFGraph::pathForNode(const ZKGFNode* node) const
+{
+    std::string path;
+    for (const ZKGFNode* n = node; n && n != this; n = n->graph()) {
+        if (!n->graph())
+            return {};
+        const std::string key = n->graph()->keyForNode(n);
+        path = path.empty() ? key : key + "/" + path;
+    }
+    return node ? path : std::string();
+}
+
+ZKGFNode* ZKGFGraph::nodeForPath(const std::string& path) const
+{
+    const ZKGFGraph* graph = this;
+    ZKGFNode* node = nullptr;
+    size_t start = 0;
+    while (graph) {
+        const size_t slash = path.find('/', start);
+        node = graph->nodeForKey(path.substr(start, slash == std::string::npos ? std::string::npos : slash - start));
+        if (!node || slash == std::string::npos)
+            return node;
+        graph = dynamic_cast<const ZKGFGraph*>(node);
+        start = slash + 1;
+    }
+    return nullptr;
+}
+
+bool ZKGFGraph::canAddNode(const ZKGFNode& node) const
+{
+    return !node.graph() && &node != this;
+}
+
+std::string ZKGFGraph::_uniqueKeyFromNode(const ZKGFNode& node) const
+{
+    const std::string base = _keyBaseForNode(node);
+    for (int i = 1;; ++i) {
+        std::string key = base + "_" + std::to_string(i);
+        if (!nodeForKey(key))
+            return key;
+    }
+}
+
+std::string ZKGFGraph::addNodeForKey(std::unique_ptr<ZKGFNode> node, const std::string& key)
+{
+    if (!node)
+        return {};
+    auto lock = _lockGraph();
+    if (!canAddNode(*node))
+        return {};
+    const std::string finalKey = (key.empty() || nodeForKey(key)) ? _uniqueKeyFromNode(*node) : key;
+    node->mGraph = this;
+    ZKGFNode* raw = node.get();
+    mNodes.push_back({finalKey, std::move(node)});
+    raw->nodeDidAddToGraph(this);
+    _didAddNode(*raw);
+    stateUpdated();
+    return finalKey;
+}
+
+void ZKGFGraph::detachPort(ZKGFPort* port)
+{
+    if (!port)
+        return;
+    deleteConnectionsOfPort(port);
+    if (ZKGFPort* proxy = proxyPortForOriginalPort(port))
+        deleteProxyPortForKey(proxy->key());
+}
+
+bool ZKGFGraph::removeNode(ZKGFNode* node)
+{
+    auto lock = _lockGraph();
+    const auto it = std::find_if(mNodes.begin(), mNodes.end(), [node](const TNodeEntry& e) { return e.mNode.get() == node; });
+    if (it == mNodes.end())
+        return false;
+    _willRemoveNode(*node);
+    for (const TPorts* list : {&node->inputPorts(), &node->outputPorts()})
+        for (const auto& port : *list)
+            detachPort(port.get());
+    std::unique_ptr<ZKGFNode> owned = std::move(it->mNode);
+    mNodes.erase(std::find_if(mNodes.begin(), mNodes.end(), [](const TNodeEntry& e) { return !e.mNode; }));
+    owned->mGraph = nullptr;
+    owned.reset();
+    if (!mFinalizing)
+        _didRemoveNode();
+    stateUpdated();
+    return true;
+}
+
+bool ZKGFGraph::removeNodeForKey(const std::string& key)
+{
+    return removeNode(nodeForKey(key));
+}
+
+bool ZKGFGraph::canCreateConnectionFromPortToPort(const ZKGFPort& source, const ZKGFPort& destination) const
+{
+    return source.node().graph() == this && destination.node().graph() == this;
+}
+
+ZKGFConnection* ZKGFGraph::createConnectionFromPortToPortForKey(ZKGFPort& source, ZKGFPort& destination,
+    const std::string& key)
+{
+    auto lock = _lockGraph();
+    if (!canCreateConnectionFromPortToPort(source, destination))
+        return nullptr;
+    std::string finalKey = key;
+    for (int i = 1; finalKey.empty() || connectionForKey(finalKey); ++i)
+        finalKey = "connection_" + std::to_string(i);
+    std::unique_ptr<ZKGFConnection> connection = _makeConnection(source, destination);
+    if (!connection)
+        return nullptr;
+    connection->mKey = finalKey;
+    ZKGFConnection* raw = connection.get();
+    mConnections.push_back(std::move(connection));
+    try {
+        raw->connectionDidAddToGraph();
+    } catch (...) {
+        mConnections.pop_back();
+        throw;
+    }
+    stateUpdated();
+    return raw;
+}
+
+std::unique_ptr<ZKGFConnection> ZKGFGraph::_makeConnection(ZKGFPort& source, ZKGFPort& destination)
+{
+    return std::make_unique<ZKGFConnection>(*this, source, destination, TGenDict());
+}
+
+ZKGFConnection* ZKGFGraph::connectionForKey(const std::string& key) const
+{
+    for (const auto& c : mConnections)
+        if (c->key() == key)
+            return c.get();
+    return nullptr;
+}
+
+bool ZKGFGraph::deleteConnection(ZKGFConnection* connection)
+{
+    auto lock = _lockGraph();
+    const auto it = std::find_if(mConnections.begin(), mConnections.end(),
+        [connection](const auto& c) { return c.get() == connection; });
+    if (it == mConnections.end())
+        return false;
+    connection->connectionWillDeleteFromGraph();
+    mConnections.erase(it);
+    stateUpdated();
+    return true;
+}
+
+bool ZKGFGraph::deleteConnectionForKey(const std::string& key)
+{
+    return deleteConnection(connectionForKey(key));
+}
+
+void ZKGFGraph::deleteConnectionsOfPort(const ZKGFPort* port)
+{
+    auto lock = _lockGraph();
+    for (size_t i = mConnections.size(); i-- > 0;) {
+        ZKGFConnection* c = mConnections[i].get();
+        if (&c->sourcePort() == port || &c->destinationPort() == port)
+            deleteConnection(c);
+    }
+}
+
+ZKGFPort* ZKGFGraph::createProxyPortWithOriginalPortForKey(ZKGFPort& originalPort, const std::string& key)
+{
+    auto lock = _lockGraph();
+    const ZKGFPortClass* proxyClass = _proxyPortClass();
+    const int direction = originalPort.node().directionOfPort(&originalPort);
+    if (!proxyClass || originalPort.node().graph() != this || direction == 0)
+        return nullptr;
+    ZKGFPortArguments arguments;
+    arguments.mClass = proxyClass;
+    arguments.mAttributes = originalPort.attributes();
+    arguments.mOriginalPort = &originalPort;
+    const std::string finalKey = !key.empty() ? key : (direction < 0 ? _uniqueInputPortKey() : _uniqueOutputPortKey());
+    ZKGFPort* proxy = _addPort(direction, finalKey, arguments);
+    if (proxy)
+        stateUpdated();
+    return proxy;
+}
+
+bool ZKGFGraph::deleteProxyPortForKey(const std::string& key)
+{
+    auto lock = _lockGraph();
+    ZKGFPort* proxy = portForKey(key);
+    if (!proxy || !proxy->IsProxy())
+        return false;
+    if (graph())
+        graph()->detachPort(proxy);
+    _deletePort(proxy);
+    stateUpdated();
+    return true;
+}
+
+ZKGFPort* ZKGFGraph::proxyPortForOriginalPort(const ZKGFPort* originalPort) const
+{
+    for (const TPorts* list : {&inputPorts(), &outputPorts()})
+        for (const auto& port : *list)
+            if (port->IsProxy() && port->originalPort() == originalPort)
+                return port.get();
+    return nullptr;
+}
+
+TGenDict ZKGFGraph::_savePortEntry(const ZKGFPort& port) const
+{
+    if (!port.IsProxy())
+        return ZKGFNode::_savePortEntry(port);
+    TGenDict entry;
+    const ZKGFPort* original = port.originalPort();
+    entry.SetValueForKey(port.portClass().Name(), kEntryClass);
+    entry.SetValueForKey(keyForNode(&original->node()), kEntryNode);
+    entry.SetValueForKey(original->key(), kEntryPort);
+    if (!port.attributes().empty() && !(port.attributes() == original->attributes()))
+        entry.SetValueForKey(port.attributes(), kEntryAttributes);
+    return entry;
+}
+
+TGenDict ZKGFGraph::state() const
+{
+    TGenDict state = ZKGFNode::state();
+    if (!mNodes.empty()) {
+        TGenArray subpatches;
+        for (const TNodeEntry& e : mNodes) {
+            TGenDict entry;
+            entry.SetValueForKey(e.mKey, kEntryKey);
+            entry.SetValueForKey(e.mNode->ClassName(), kEntryClass);
+            entry.SetValueForKey(e.mNode->state(), kEntryState);
+            subpatches.push_back(std::move(entry));
+        }
+        state.SetValueForKey(std::move(subpatches), kStateSubpatches);
+    }
+    if (!mConnections.empty()) {
+        TGenArray connections;
+        for (const auto& c : mConnections) {
+            TGenDict entry;
+            entry.SetValueForKey(c->key(), kEntryKey);
+            entry.SetValueForKey(keyForNode(&c->sourcePort().node()), kSourceNode);
+            entry.SetValueForKey(c->sourcePort().key(), kSourcePort);
+            entry.SetValueForKey(keyForNode(&c->destinationPort().node()), kDestinationNode);
+            entry.SetValueForKey(c->destinationPort().key(), kDestinationPort);
+            connections.push_back(std::move(entry));
+        }
+        state.SetValueForKey(std::move(connections), kStateConnections);
+    }
+    return state;
+}
+
+bool ZKGFGraph::_restoreSubpatches(const TGenArray& entries, std::string* outError)
+{
+    bool ok = true;
+    for (const TGenDictValue& value : entries) {
+        const TGenDict* entry = value.AsDict();
+        const std::string className = entry ? entry->StringForKey(kEntryClass) : std::string();
+        const ZKGFNodeClassDescription* description = nodeManager().classDescriptionForClass(className);
+        std::unique_ptr<ZKGFNode> node = description ? description->CreateNode() : nullptr;
+        if (!node) {
+            const std::string message = "unknown node class \"" + className + "\"";
+            logMessage("%@", {message});
+            SetError(outError, *this, message);
+            ok = false;
+            continue;
+        }
+        const TGenDict* nodeState = entry->DictForKey(kEntryState);
+        if (nodeState && !node->setState(*nodeState, outError))
+            ok = false;
+        if (addNodeForKey(std::move(node), entry->StringForKey(kEntryKey)).empty()) {
+            const std::string message = "node \"" + entry->StringForKey(kEntryKey) + "\" of class \"" + className
+                + "\" cannot join";
+            logMessage("%@", {message});
+            SetError(outError, *this, message);
+            ok = false;
+        }
+    }
+    return ok;
+}
+
+bool ZKGFGraph::_restoreProxies(int direction, const TGenArray& entries, std::string* outError)
+{
+    bool ok = true;
+    for (const TGenDictValue& value : entries) {
+        const TGenDict* entry = value.AsDict();
+        if (!entry || !entry->HasKey(kEntryNode))
+            continue;
+        const std::string key = entry->StringForKey(kEntryKey);
+        ZKGFNode* node = nodeForKey(entry->StringForKey(kEntryNode));
+        ZKGFPort* original = !node ? nullptr
+            : direction < 0        ? node->inputPortForKey(entry->StringForKey(kEntryPort))
+                                   : node->outputPortForKey(entry->StringForKey(kEntryPort));
+        ZKGFPort* proxy = original ? createProxyPortWithOriginalPortForKey(*original, key) : nullptr;
+        if (!proxy) {
+            const std::string message = "published port \"" + key + "\" has no port \"" + entry->StringForKey(kEntryPort)
+                + "\" of node \"" + entry->StringForKey(kEntryNode) + "\" to publish";
+            logMessage("%@", {message});
+            SetError(outError, *this, message);
+            ok = false;
+            continue;
+        }
+        if (const TGenDict* attributes = entry->DictForKey(kEntryAttributes))
+            proxy->setAttributes(*attributes);
+    }
+    return ok;
+}
+
+bool ZKGFGraph::_restoreConnections(const TGenArray& entries, std::string* outError)
+{
+    bool ok = true;
+    for (const TGenDictValue& value : entries) {
+        const TGenDict* entry = value.AsDict();
+        if (!entry)
+            continue;
+        ZKGFNode* sourceNode = nodeForKey(entry->StringForKey(kSourceNode));
+        ZKGFNode* destinationNode = nodeForKey(entry->StringForKey(kDestinationNode));
+        ZKGFPort* source = sourceNode ? sourceNode->outputPortForKey(entry->StringForKey(kSourcePort)) : nullptr;
+        ZKGFPort* destination
+            = destinationNode ? destinationNode->inputPortForKey(entry->StringForKey(kDestinationPort)) : nullptr;
+        if (!source || !destination
+            || !createConnectionFromPortToPortForKey(*source, *destination, entry->StringForKey(kEntryKey))) {
+            const std::string message = "connection \"" + entry->StringForKey(kEntryKey) + "\" from "
+                + entry->StringForKey(kSourceNode) + "." + entry->StringForKey(kSourcePort) + " to "
+                + entry->StringForKey(kDestinationNode) + "." + entry->StringForKey(kDestinationPort)
+                + " cannot be made";
+            logMessage("%@", {message});
+            SetError(outError, *this, message);
+            ok = false;
+        }
+    }
+    return ok;
+}
+
+bool ZKGFGraph::setState(const TGenDict& state, std::string* outError)
+{
+    ZKGFNotificationPause pause(*this);
+    bool ok = true;
+    _restoreUserInfo(state);
+    if (const TGenArray* subpatches = state.ArrayForKey(kStateSubpatches))
+        ok = _restoreSubpatches(*subpatches, outError) && ok;
+    ok = _restoreAllPortStates(state, outError) && ok;
+    if (const TGenArray* inputs = state.ArrayForKey(kStateInputs))
+        ok = _restoreProxies(-1, *inputs, outError) && ok;
+    if (const TGenArray* outputs = state.ArrayForKey(kStateOutputs))
+        ok = _restoreProxies(1, *outputs, outError) && ok;
+    _applyAllPortOrders(state);
+    if (const TGenArray* connections = state.ArrayForKey(kStateConnections))
+        ok = _restoreConnections(*connections, outError) && ok;
+    return ok;
+}
