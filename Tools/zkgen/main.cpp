@@ -2,6 +2,7 @@
 
 #include "GenerateCommand.h"
 #include "InstCommands.h"
+#include "StyleCommands.h"
 
 #include <ZKGenEngine.h>
 
@@ -20,6 +21,7 @@ int main(int argc, char** argv)
     zkgen::cli::GenerateOptions generateOptions;
     zkgen::cli::AddGenerateCommand(app, generateOptions, exitCode);
     zkgen::cli::AddInstCommands(app, exitCode);
+    zkgen::cli::AddStyleCommands(app, exitCode);
 
     try {
         app.parse(argc, argv);
