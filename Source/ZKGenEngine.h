@@ -106,3 +106,4 @@
 #include "Generator/stylegraph/CGenStyle.h"
 #include "Generator/stylegraph/CGenStyleGraphRun.h"
 #include "Generator/stylegraph/CGenStyleGraphDump.h"
+#include "Generator/stylegraph/CGenStyleGraphUtilities.h"

@@ -15,7 +15,6 @@ constexpr const char* kKeyEntries = "m_entries";
 constexpr const char* kKeyProperties = "m_properties";
 constexpr const char* kKeyVersion = "styleGraphSerializationVersion";
 constexpr const char* kKeyLegacyEntries = "entries";
-constexpr const char* kObjectState = "state";
 
 void SetError(std::string* outError, const std::string& message)
 {
@@ -70,7 +69,7 @@ std::optional<CGenStyleGraphs::TEntries> DecodeStyleGraphEntries(const TGenDict&
         node.release();
         std::unique_ptr<CGenGFModule> graph(module);
         std::string error;
-        const TGenDict* state = object->DictForKey(kObjectState);
+        const TGenDict* state = object->DictForKey(kZKGFEntry_State);
         if (state && !graph->setState(*state, &error)) {
             SetError(outError, "graph \"" + keyText + "\": " + error);
             return std::nullopt;

@@ -6,6 +6,7 @@
 #include "Generator/stylegraph/CGenGFModuleStringSwitch.h"
 #include "Generator/stylegraph/CGenStyle.h"
 #include "Generator/stylegraph/CGenStyleGraphDump.h"
+#include "Generator/stylegraph/CGenStyleGraphUtilities.h"
 #include "Generator/stylegraph/CGenStyleGraphs.h"
 #include "Platform/ZKCompression.h"
 #include "Platform/ZKKeyedArchive.h"
@@ -104,9 +105,20 @@ struct StyleVersion2 {
     }
 };
 
+// Version 1: the graphs alone.
+struct StyleVersion1 {
+    CGenStyleGraphs mStyleGraphs;
+    template <class Archive>
+    void serialize(Archive& ar, const unsigned int)
+    {
+        ar& boost::serialization::make_nvp("mStyleGraphs", mStyleGraphs);
+    }
+};
+
 } // namespace
 
 BOOST_CLASS_VERSION(StyleVersion2, 2)
+BOOST_CLASS_VERSION(StyleVersion1, 1)
 
 TEST(CGenStyleGraphsFile, RoundTripIsByteExact)
 {
@@ -346,6 +358,19 @@ TEST(CGenStyle, ArchiveVersions)
             CGenStyleGraphDump::TextForStyleGraphs(MakeStyleGraphs()).substr(0,
                 CGenStyleGraphDump::TextForStyleGraphs(MakeStyleGraphs()).find("properties")));
     }
+
+    StyleVersion1 first;
+    first.mStyleGraphs = MakeStyleGraphs();
+    CGenStyle read("Kept until read");
+    ASSERT_TRUE(FromTextArchive(ToTextArchive(first), read));
+    EXPECT_EQ(read.Name(), "Kept until read");
+    EXPECT_NE(read.StyleGraphs().StyleGraphForKey(kStyleGraphKey_System), nullptr);
+
+    // A damaged archive of version 2 fails the read and leaves no graphs.
+    std::string text = ToTextArchive(old);
+    text.resize(text.size() / 2);
+    CGenStyle broken;
+    EXPECT_FALSE(FromTextArchive(text, broken));
 }
 
 TEST(CGenStyleGraphDump, TextAndDot)
@@ -383,4 +408,27 @@ TEST(CGenStyleGraphDump, TextAndDot)
     EXPECT_NE(dot.find("\"kStyleGraphKey_Fill/top\" [shape=box, label=\"top\\nCGenGFModuleTopProbFilter\"];"),
         std::string::npos);
     EXPECT_EQ(CGenStyleGraphDump::TextForStyleGraphs(CGenStyleGraphs()), "no graphs\n");
+}
+
+TEST(CGenStyleGraphUtilities, WalksModulesAndNamesTheirPaths)
+{
+    CGenStyles styles {CGenStyle("A")};
+    styles.front().StyleGraphs() = MakeStyleGraphs();
+    std::vector<std::string> seen;
+    CGenStyleGraphUtilities utilities;
+    EXPECT_TRUE(utilities.iterateModulesInStylesWithIndexWithBlock(styles, 0,
+        [&](CGenStyle& style, const std::string& key, CGenGFModule& module, bool&) {
+            EXPECT_EQ(style.Name(), "A");
+            seen.push_back(key + ": " + CGenStyleGraphUtilities::pathStringForModule(module));
+        }));
+    EXPECT_EQ(seen,
+        std::vector<std::string>({"kStyleGraphKey_Global: CGenGFModule", "kStyleGraphKey_System: CGenGFModule",
+            "kStyleGraphKey_System: CGenGFModule > provider", "kStyleGraphKey_System: CGenGFModule > \"System only\"",
+            "kStyleGraphKey_System: CGenGFModule > switch", "kStyleGraphKey_System: CGenGFModule > box",
+            "kStyleGraphKey_System: CGenGFModule > box > mux", "kStyleGraphKey_System: CGenGFModule > consumer"}));
+    size_t visited = 0;
+    EXPECT_FALSE(utilities.iterateModulesInStylesWithIndexWithBlock(styles, 0,
+        [&](CGenStyle&, const std::string&, CGenGFModule&, bool& stop) { stop = ++visited == 3; }));
+    EXPECT_EQ(visited, 3u);
+    EXPECT_TRUE(utilities.iterateModulesInStylesWithIndexWithBlock(styles, 5, nullptr));
 }

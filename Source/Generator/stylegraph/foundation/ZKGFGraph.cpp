@@ -4,21 +4,6 @@
 
 namespace {
 
-constexpr const char* kStateSubpatches = "@subpatches";
-constexpr const char* kStateConnections = "@connections";
-constexpr const char* kStateInputs = "@inputs";
-constexpr const char* kStateOutputs = "@outputs";
-constexpr const char* kEntryKey = "key";
-constexpr const char* kEntryClass = "class";
-constexpr const char* kEntryState = "state";
-constexpr const char* kEntryNode = "node";
-constexpr const char* kEntryPort = "port";
-constexpr const char* kEntryAttributes = "attributes";
-constexpr const char* kSourceNode = "sourceNode";
-constexpr const char* kSourcePort = "sourcePort";
-constexpr const char* kDestinationNode = "destinationNode";
-constexpr const char* kDestinationPort = "destinationPort";
-
 // The first reason wins; it names the graph it happened in.
 void SetError(std::string* outError, const ZKGFNode& node, const std::string& message)
 {
@@ -285,11 +270,11 @@ TGenDict ZKGFGraph::_savePortEntry(const ZKGFPort& port) const
         return ZKGFNode::_savePortEntry(port);
     TGenDict entry;
     const ZKGFPort* original = port.originalPort();
-    entry.SetValueForKey(port.portClass().Name(), kEntryClass);
-    entry.SetValueForKey(keyForNode(&original->node()), kEntryNode);
-    entry.SetValueForKey(original->key(), kEntryPort);
+    entry.SetValueForKey(port.portClass().Name(), kZKGFEntry_Class);
+    entry.SetValueForKey(keyForNode(&original->node()), kZKGFEntry_Node);
+    entry.SetValueForKey(original->key(), kZKGFEntry_Port);
     if (!port.attributes().empty() && !(port.attributes() == original->attributes()))
-        entry.SetValueForKey(port.attributes(), kEntryAttributes);
+        entry.SetValueForKey(port.attributes(), kZKGFEntry_Attributes);
     return entry;
 }
 
@@ -300,25 +285,25 @@ TGenDict ZKGFGraph::state() const
         TGenArray subpatches;
         for (const TNodeEntry& e : mNodes) {
             TGenDict entry;
-            entry.SetValueForKey(e.mKey, kEntryKey);
-            entry.SetValueForKey(e.mNode->ClassName(), kEntryClass);
-            entry.SetValueForKey(e.mNode->state(), kEntryState);
+            entry.SetValueForKey(e.mKey, kZKGFEntry_Key);
+            entry.SetValueForKey(e.mNode->ClassName(), kZKGFEntry_Class);
+            entry.SetValueForKey(e.mNode->state(), kZKGFEntry_State);
             subpatches.push_back(std::move(entry));
         }
-        state.SetValueForKey(std::move(subpatches), kStateSubpatches);
+        state.SetValueForKey(std::move(subpatches), kZKGFState_Subpatches);
     }
     if (!mConnections.empty()) {
         TGenArray connections;
         for (const auto& c : mConnections) {
             TGenDict entry;
-            entry.SetValueForKey(c->key(), kEntryKey);
-            entry.SetValueForKey(keyForNode(&c->sourcePort().node()), kSourceNode);
-            entry.SetValueForKey(c->sourcePort().key(), kSourcePort);
-            entry.SetValueForKey(keyForNode(&c->destinationPort().node()), kDestinationNode);
-            entry.SetValueForKey(c->destinationPort().key(), kDestinationPort);
+            entry.SetValueForKey(c->key(), kZKGFEntry_Key);
+            entry.SetValueForKey(keyForNode(&c->sourcePort().node()), kZKGFEntry_SourceNode);
+            entry.SetValueForKey(c->sourcePort().key(), kZKGFEntry_SourcePort);
+            entry.SetValueForKey(keyForNode(&c->destinationPort().node()), kZKGFEntry_DestinationNode);
+            entry.SetValueForKey(c->destinationPort().key(), kZKGFEntry_DestinationPort);
             connections.push_back(std::move(entry));
         }
-        state.SetValueForKey(std::move(connections), kStateConnections);
+        state.SetValueForKey(std::move(connections), kZKGFState_Connections);
     }
     return state;
 }
@@ -328,7 +313,7 @@ bool ZKGFGraph::_restoreSubpatches(const TGenArray& entries, std::string* outErr
     bool ok = true;
     for (const TGenDictValue& value : entries) {
         const TGenDict* entry = value.AsDict();
-        const std::string className = entry ? entry->StringForKey(kEntryClass) : std::string();
+        const std::string className = entry ? entry->StringForKey(kZKGFEntry_Class) : std::string();
         const ZKGFNodeClassDescription* description = nodeManager().classDescriptionForClass(className);
         std::unique_ptr<ZKGFNode> node = description ? description->CreateNode() : nullptr;
         if (!node) {
@@ -338,11 +323,11 @@ bool ZKGFGraph::_restoreSubpatches(const TGenArray& entries, std::string* outErr
             ok = false;
             continue;
         }
-        const TGenDict* nodeState = entry->DictForKey(kEntryState);
+        const TGenDict* nodeState = entry->DictForKey(kZKGFEntry_State);
         if (nodeState && !node->setState(*nodeState, outError))
             ok = false;
-        if (addNodeForKey(std::move(node), entry->StringForKey(kEntryKey)).empty()) {
-            const std::string message = "node \"" + entry->StringForKey(kEntryKey) + "\" of class \"" + className
+        if (addNodeForKey(std::move(node), entry->StringForKey(kZKGFEntry_Key)).empty()) {
+            const std::string message = "node \"" + entry->StringForKey(kZKGFEntry_Key) + "\" of class \"" + className
                 + "\" cannot join";
             logMessage("%@", {message});
             SetError(outError, *this, message);
@@ -357,23 +342,23 @@ bool ZKGFGraph::_restoreProxies(int direction, const TGenArray& entries, std::st
     bool ok = true;
     for (const TGenDictValue& value : entries) {
         const TGenDict* entry = value.AsDict();
-        if (!entry || !entry->HasKey(kEntryNode))
+        if (!entry || !entry->HasKey(kZKGFEntry_Node))
             continue;
-        const std::string key = entry->StringForKey(kEntryKey);
-        ZKGFNode* node = nodeForKey(entry->StringForKey(kEntryNode));
+        const std::string key = entry->StringForKey(kZKGFEntry_Key);
+        ZKGFNode* node = nodeForKey(entry->StringForKey(kZKGFEntry_Node));
         ZKGFPort* original = !node ? nullptr
-            : direction < 0        ? node->inputPortForKey(entry->StringForKey(kEntryPort))
-                                   : node->outputPortForKey(entry->StringForKey(kEntryPort));
+            : direction < 0        ? node->inputPortForKey(entry->StringForKey(kZKGFEntry_Port))
+                                   : node->outputPortForKey(entry->StringForKey(kZKGFEntry_Port));
         ZKGFPort* proxy = original ? createProxyPortWithOriginalPortForKey(*original, key) : nullptr;
         if (!proxy) {
-            const std::string message = "published port \"" + key + "\" has no port \"" + entry->StringForKey(kEntryPort)
-                + "\" of node \"" + entry->StringForKey(kEntryNode) + "\" to publish";
+            const std::string message = "published port \"" + key + "\" has no port \"" + entry->StringForKey(kZKGFEntry_Port)
+                + "\" of node \"" + entry->StringForKey(kZKGFEntry_Node) + "\" to publish";
             logMessage("%@", {message});
             SetError(outError, *this, message);
             ok = false;
             continue;
         }
-        if (const TGenDict* attributes = entry->DictForKey(kEntryAttributes))
+        if (const TGenDict* attributes = entry->DictForKey(kZKGFEntry_Attributes))
             proxy->setAttributes(*attributes);
     }
     return ok;
@@ -386,16 +371,16 @@ bool ZKGFGraph::_restoreConnections(const TGenArray& entries, std::string* outEr
         const TGenDict* entry = value.AsDict();
         if (!entry)
             continue;
-        ZKGFNode* sourceNode = nodeForKey(entry->StringForKey(kSourceNode));
-        ZKGFNode* destinationNode = nodeForKey(entry->StringForKey(kDestinationNode));
-        ZKGFPort* source = sourceNode ? sourceNode->outputPortForKey(entry->StringForKey(kSourcePort)) : nullptr;
+        ZKGFNode* sourceNode = nodeForKey(entry->StringForKey(kZKGFEntry_SourceNode));
+        ZKGFNode* destinationNode = nodeForKey(entry->StringForKey(kZKGFEntry_DestinationNode));
+        ZKGFPort* source = sourceNode ? sourceNode->outputPortForKey(entry->StringForKey(kZKGFEntry_SourcePort)) : nullptr;
         ZKGFPort* destination
-            = destinationNode ? destinationNode->inputPortForKey(entry->StringForKey(kDestinationPort)) : nullptr;
+            = destinationNode ? destinationNode->inputPortForKey(entry->StringForKey(kZKGFEntry_DestinationPort)) : nullptr;
         if (!source || !destination
-            || !createConnectionFromPortToPortForKey(*source, *destination, entry->StringForKey(kEntryKey))) {
-            const std::string message = "connection \"" + entry->StringForKey(kEntryKey) + "\" from "
-                + entry->StringForKey(kSourceNode) + "." + entry->StringForKey(kSourcePort) + " to "
-                + entry->StringForKey(kDestinationNode) + "." + entry->StringForKey(kDestinationPort)
+            || !createConnectionFromPortToPortForKey(*source, *destination, entry->StringForKey(kZKGFEntry_Key))) {
+            const std::string message = "connection \"" + entry->StringForKey(kZKGFEntry_Key) + "\" from "
+                + entry->StringForKey(kZKGFEntry_SourceNode) + "." + entry->StringForKey(kZKGFEntry_SourcePort) + " to "
+                + entry->StringForKey(kZKGFEntry_DestinationNode) + "." + entry->StringForKey(kZKGFEntry_DestinationPort)
                 + " cannot be made";
             logMessage("%@", {message});
             SetError(outError, *this, message);
@@ -410,15 +395,15 @@ bool ZKGFGraph::setState(const TGenDict& state, std::string* outError)
     ZKGFNotificationPause pause(*this);
     bool ok = true;
     _restoreUserInfo(state);
-    if (const TGenArray* subpatches = state.ArrayForKey(kStateSubpatches))
+    if (const TGenArray* subpatches = state.ArrayForKey(kZKGFState_Subpatches))
         ok = _restoreSubpatches(*subpatches, outError) && ok;
     ok = _restoreAllPortStates(state, outError) && ok;
-    if (const TGenArray* inputs = state.ArrayForKey(kStateInputs))
+    if (const TGenArray* inputs = state.ArrayForKey(kZKGFState_Inputs))
         ok = _restoreProxies(-1, *inputs, outError) && ok;
-    if (const TGenArray* outputs = state.ArrayForKey(kStateOutputs))
+    if (const TGenArray* outputs = state.ArrayForKey(kZKGFState_Outputs))
         ok = _restoreProxies(1, *outputs, outError) && ok;
     _applyAllPortOrders(state);
-    if (const TGenArray* connections = state.ArrayForKey(kStateConnections))
+    if (const TGenArray* connections = state.ArrayForKey(kZKGFState_Connections))
         ok = _restoreConnections(*connections, outError) && ok;
     return ok;
 }

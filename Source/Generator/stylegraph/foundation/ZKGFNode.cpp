@@ -7,14 +7,6 @@
 
 namespace {
 
-constexpr const char* kStateUserInfo = "userInfo";
-constexpr const char* kStateInputs = "@inputs";
-constexpr const char* kStateOutputs = "@outputs";
-constexpr const char* kPortEntryKey = "key";
-constexpr const char* kPortEntryClass = "class";
-constexpr const char* kPortEntryAttributes = "attributes";
-constexpr const char* kPortEntryNode = "node";
-
 std::string UniquePortKey(const ZKGFNode& node, const char* prefix)
 {
     for (int i = 1;; ++i) {
@@ -200,9 +192,9 @@ TGenDict ZKGFNode::_savePortEntry(const ZKGFPort& port) const
 {
     TGenDict entry = port.state();
     if (!port.IsFixed()) {
-        entry.SetValueForKey(port.portClass().Name(), kPortEntryClass);
+        entry.SetValueForKey(port.portClass().Name(), kZKGFEntry_Class);
         if (!port.attributes().empty())
-            entry.SetValueForKey(port.attributes(), kPortEntryAttributes);
+            entry.SetValueForKey(port.attributes(), kZKGFEntry_Attributes);
     }
     return entry;
 }
@@ -214,18 +206,18 @@ void ZKGFNode::_savePortStates(int direction, TGenDict& state) const
         TGenDict entry = _savePortEntry(*port);
         if (entry.empty())
             continue;
-        entry.SetValueForKey(port->key(), kPortEntryKey);
+        entry.SetValueForKey(port->key(), kZKGFEntry_Key);
         entries.push_back(std::move(entry));
     }
     if (!entries.empty())
-        state.SetValueForKey(std::move(entries), direction < 0 ? kStateInputs : kStateOutputs);
+        state.SetValueForKey(std::move(entries), direction < 0 ? kZKGFState_Inputs : kZKGFState_Outputs);
 }
 
 TGenDict ZKGFNode::state() const
 {
     TGenDict state;
     if (!mUserInfo.empty())
-        state.SetValueForKey(mUserInfo, kStateUserInfo);
+        state.SetValueForKey(mUserInfo, kZKGFState_UserInfo);
     _savePortStates(-1, state);
     _savePortStates(1, state);
     return state;
@@ -236,19 +228,19 @@ bool ZKGFNode::_restorePortStates(int direction, const TGenArray& entries, std::
     bool ok = true;
     for (const TGenDictValue& value : entries) {
         const TGenDict* entry = value.AsDict();
-        if (!entry || entry->HasKey(kPortEntryNode))
+        if (!entry || entry->HasKey(kZKGFEntry_Node))
             continue;
-        const std::string key = entry->StringForKey(kPortEntryKey);
+        const std::string key = entry->StringForKey(kZKGFEntry_Key);
         ZKGFPort* port = direction < 0 ? inputPortForKey(key) : outputPortForKey(key);
-        if (!port && entry->HasKey(kPortEntryClass)) {
-            const std::string className = entry->StringForKey(kPortEntryClass);
+        if (!port && entry->HasKey(kZKGFEntry_Class)) {
+            const std::string className = entry->StringForKey(kZKGFEntry_Class);
             const ZKGFPortClass* portClass = nodeManager().portClassForName(className);
-            const TGenDict* attributes = entry->DictForKey(kPortEntryAttributes);
+            const TGenDict* attributes = entry->DictForKey(kZKGFEntry_Attributes);
             if (portClass)
                 port = _restorePort(direction, key, *portClass, attributes ? *attributes : TGenDict());
         }
         if (!port || !port->setState(*entry)) {
-            const std::string message = "port \"" + key + "\" of class \"" + entry->StringForKey(kPortEntryClass)
+            const std::string message = "port \"" + key + "\" of class \"" + entry->StringForKey(kZKGFEntry_Class)
                 + "\" cannot be restored";
             logMessage("%@", {message});
             if (outError && outError->empty())
@@ -271,8 +263,8 @@ void ZKGFNode::_applyPortOrder(int direction, const TGenArray& entries)
         const TGenDict* entry = value.AsDict();
         if (!entry)
             continue;
-        ZKGFPort* port = direction < 0 ? inputPortForKey(entry->StringForKey(kPortEntryKey))
-                                       : outputPortForKey(entry->StringForKey(kPortEntryKey));
+        ZKGFPort* port = direction < 0 ? inputPortForKey(entry->StringForKey(kZKGFEntry_Key))
+                                       : outputPortForKey(entry->StringForKey(kZKGFEntry_Key));
         if (port && !port->IsFixed() && _movePort(port, next))
             ++next;
     }
@@ -280,25 +272,25 @@ void ZKGFNode::_applyPortOrder(int direction, const TGenArray& entries)
 
 void ZKGFNode::_restoreUserInfo(const TGenDict& state)
 {
-    if (const TGenDict* userInfo = state.DictForKey(kStateUserInfo))
+    if (const TGenDict* userInfo = state.DictForKey(kZKGFState_UserInfo))
         mUserInfo = *userInfo;
 }
 
 bool ZKGFNode::_restoreAllPortStates(const TGenDict& state, std::string* outError)
 {
     bool ok = true;
-    if (const TGenArray* inputs = state.ArrayForKey(kStateInputs))
+    if (const TGenArray* inputs = state.ArrayForKey(kZKGFState_Inputs))
         ok = _restorePortStates(-1, *inputs, outError) && ok;
-    if (const TGenArray* outputs = state.ArrayForKey(kStateOutputs))
+    if (const TGenArray* outputs = state.ArrayForKey(kZKGFState_Outputs))
         ok = _restorePortStates(1, *outputs, outError) && ok;
     return ok;
 }
 
 void ZKGFNode::_applyAllPortOrders(const TGenDict& state)
 {
-    if (const TGenArray* inputs = state.ArrayForKey(kStateInputs))
+    if (const TGenArray* inputs = state.ArrayForKey(kZKGFState_Inputs))
         _applyPortOrder(-1, *inputs);
-    if (const TGenArray* outputs = state.ArrayForKey(kStateOutputs))
+    if (const TGenArray* outputs = state.ArrayForKey(kZKGFState_Outputs))
         _applyPortOrder(1, *outputs);
 }
 

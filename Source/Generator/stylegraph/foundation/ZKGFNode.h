@@ -12,6 +12,23 @@
 
 class ZKGFGraph;
 
+// Keys of a stored node state and of its entries (see ZKGFNode and ZKGFGraph).
+inline constexpr const char* kZKGFState_UserInfo = "userInfo";
+inline constexpr const char* kZKGFState_Inputs = "@inputs";
+inline constexpr const char* kZKGFState_Outputs = "@outputs";
+inline constexpr const char* kZKGFState_Subpatches = "@subpatches";
+inline constexpr const char* kZKGFState_Connections = "@connections";
+inline constexpr const char* kZKGFEntry_Key = "key";
+inline constexpr const char* kZKGFEntry_Class = "class";
+inline constexpr const char* kZKGFEntry_Attributes = "attributes";
+inline constexpr const char* kZKGFEntry_State = "state";
+inline constexpr const char* kZKGFEntry_Node = "node";
+inline constexpr const char* kZKGFEntry_Port = "port";
+inline constexpr const char* kZKGFEntry_SourceNode = "sourceNode";
+inline constexpr const char* kZKGFEntry_SourcePort = "sourcePort";
+inline constexpr const char* kZKGFEntry_DestinationNode = "destinationNode";
+inline constexpr const char* kZKGFEntry_DestinationPort = "destinationPort";
+
 // Node flags. The node takes no part in state: its state holds only what the
 // foundation itself writes.
 inline constexpr unsigned kZKGFNodeFlag_NoState = 1u << 2;
