@@ -183,7 +183,7 @@ bool CGenGenerator::_Generate_LuaScript_Setup()
     CGenStyle* style = _CurrentStyle();
     if (!style || !mRuntimeData->mContext)
         return false;
-    style->LoadStyleGraphsIfNotCachedAlready();
+    mRuntimeData->mInstLib->mStyles->LoadStyleGraphsIfNotCachedAlready(*style);
     mRuntimeData->mContext->mStyle = style;
     // The script runtime hooks in here ("runOnCharacterLoad", "runOnGenerateBegin");
     // without it there is nothing that could fail.
@@ -222,7 +222,7 @@ void CGenGenerator::_Generate_PatternGraph(TPatternGraphType type, TRandomSeedMo
     CGenStyle* style = _CurrentStyle();
     if (!params || !context || !style)
         return;
-    style->LoadStyleGraphsIfNotCachedAlready();
+    mRuntimeData->mInstLib->mStyles->LoadStyleGraphsIfNotCachedAlready(*style);
     CGenPatternGraphBoost& graph = rt.mInstLib->PatternGraph(type);
     context->mPatternGraph = &graph;
     context->mRegionLeftCornerEditOffset =
