@@ -22,8 +22,8 @@ ZKGFNodeClassDescription::ZKGFNodeClassDescription(std::string name, const ZKGFN
 {
     if (mSuper)
         mPorts = mSuper->mPorts;
-    for (ZKGFPortSpec& spec : ports)
-        mPorts.push_back(std::move(spec));
+    for (ZKGFPortSpec& portSpec : ports)
+        mPorts.push_back(std::move(portSpec));
 }
 
 bool ZKGFNodeClassDescription::IsKindOfClass(const ZKGFNodeClassDescription& other) const
@@ -36,9 +36,9 @@ bool ZKGFNodeClassDescription::IsKindOfClass(const ZKGFNodeClassDescription& oth
 
 const ZKGFPortSpec* ZKGFNodeClassDescription::PortSpecForKey(const std::string& key) const
 {
-    for (const ZKGFPortSpec& spec : mPorts)
-        if (spec.mKey == key)
-            return &spec;
+    for (const ZKGFPortSpec& portSpec : mPorts)
+        if (portSpec.mKey == key)
+            return &portSpec;
     return nullptr;
 }
 

@@ -32,14 +32,14 @@ ZKGFPort::ZKGFPort(ZKGFNode& node, const ZKGFPortArguments& arguments)
 
 ZKGFNode::ZKGFNode(const ZKGFNodeClassDescription& description) : mDescription(&description)
 {
-    for (const ZKGFPortSpec& spec : description.Ports()) {
+    for (const ZKGFPortSpec& portSpec : description.Ports()) {
         ZKGFPortArguments arguments;
-        arguments.mClass = spec.mClass;
-        if (!spec.mName.empty())
-            arguments.mAttributes.SetValueForKey(spec.mName, "name");
-        if (!spec.mDescription.empty())
-            arguments.mAttributes.SetValueForKey(spec.mDescription, "description");
-        _addPort(spec.mDirection, spec.mKey, arguments, true);
+        arguments.mClass = portSpec.mClass;
+        if (!portSpec.mName.empty())
+            arguments.mAttributes.SetValueForKey(portSpec.mName, "name");
+        if (!portSpec.mDescription.empty())
+            arguments.mAttributes.SetValueForKey(portSpec.mDescription, "description");
+        _addPort(portSpec.mDirection, portSpec.mKey, arguments, true);
     }
 }
 
