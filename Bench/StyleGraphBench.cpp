@@ -3,14 +3,9 @@
 
 #include "Generator/CGenContext.h"
 #include "Generator/patterns/CGenPatternGraphBoost.h"
-#include "Generator/stylegraph/CGenGFModuleFilterPatternName.h"
-#include "Generator/stylegraph/CGenGFModuleMultiplexer.h"
-#include "Generator/stylegraph/CGenGFModulePatternProbProvider.h"
-#include "Generator/stylegraph/CGenGFModulePatternsMerger.h"
-#include "Generator/stylegraph/CGenGFModuleRandomPatternPicker.h"
-#include "Generator/stylegraph/CGenGFModuleStringSwitch.h"
 #include "Generator/stylegraph/CGenStyle.h"
 #include "Generator/stylegraph/CGenStyleGraphRun.h"
+#include "BenchStyleGraphs.h"
 
 #include <benchmark/benchmark.h>
 
@@ -19,62 +14,7 @@
 
 namespace {
 
-template <class T>
-T* Add(CGenGFModule& parent, const std::string& key)
-{
-    return static_cast<T*>(parent.addSubpatch(std::make_unique<T>(), key));
-}
-
-void Connect(CGenGFModule& g, CGenGFPort* from, CGenGFPort* to)
-{
-    g.createConnectionFromPortToPortForKey(*from, *to);
-}
-
-// provider -> name filter -> top filter -> string switch -> multiplexer ->
-// name filter -> splitter -> merger (with the top filter's list) -> picker
-// -> consumer.
-std::unique_ptr<CGenGFModule> MakeTenModuleGraph()
-{
-    auto graph = std::make_unique<CGenGFModule>();
-    CGenGFModule& g = *graph;
-    auto* provider = Add<CGenGFModulePatternProbProvider>(g, "provider");
-    auto* name = Add<CGenGFModuleFilterPatternName>(g, "name");
-    auto* top = Add<CGenGFModuleTopProbFilter>(g, "top");
-    auto* sw = Add<CGenGFModuleStringSwitch>(g, "switch");
-    auto* mux = Add<CGenGFModuleMultiplexer>(g, "mux");
-    auto* name2 = Add<CGenGFModuleFilterPatternName>(g, "name2");
-    auto* splitter = Add<CGenGFModuleSplitter>(g, "splitter");
-    auto* merger = Add<CGenGFModulePatternsMerger>(g, "merger");
-    auto* picker = Add<CGenGFModuleRandomPatternPicker>(g, "picker");
-    auto* consumer = Add<CGenGFModulePatternProbConsumer>(g, "consumer");
-    name->inputFilterString->setStringValue("^sys_[a-m]");
-    name->inputMatchingFactor->setDoubleValue(1.5);
-    name->inputNonMatchingFactor->setDoubleValue(0.5);
-    top->inputMinRequiredPatterns->setDoubleValue(20.0);
-    top->inputStepCount->setDoubleValue(10.0);
-    sw->stringBins().addStringToBinAtIndex("verse", 0);
-    sw->stringBins().addStringToBinAtIndex("chorus", 1);
-    sw->inputString->setStringValue("chorus");
-    mux->setPortClass(CGenGFPortPatternAndProbs::Class());
-    mux->setInputCount(3);
-    name2->inputFilterString->setStringValue("[02468]$");
-    name2->inputNonMatchingFactor->setDoubleValue(0.8);
-    splitter->setPortClass(CGenGFPortPatternAndProbs::Class());
-    Connect(g, provider->outputPatterns, name->inputPatterns);
-    Connect(g, name->outputPatterns, top->inputPatterns);
-    Connect(g, top->outputPatterns, sw->inputPatterns);
-    Connect(g, sw->outputDefault, mux->inputGFPortForKey("source_1"));
-    Connect(g, sw->outputGFPortForKey("index_1"), mux->inputGFPortForKey("source_2"));
-    Connect(g, sw->outputGFPortForKey("index_2"), mux->inputGFPortForKey("source_3"));
-    Connect(g, sw->outputActiveIndex, mux->inputIndex);
-    Connect(g, mux->outputGFPortForKey("output"), name2->inputPatterns);
-    Connect(g, name2->outputPatterns, splitter->inputGFPortForKey("input"));
-    Connect(g, splitter->outputGFPortForKey("output"), merger->inputPatterns1);
-    Connect(g, top->outputPatterns, merger->inputPatterns2);
-    Connect(g, merger->outputPatterns, picker->inputPatterns);
-    Connect(g, picker->outputPatterns, consumer->inputPatterns);
-    return graph;
-}
+using zkbench::MakeTenModuleGraph;
 
 CGenPatternModAndProbs FiftyCandidates()
 {

@@ -85,6 +85,92 @@ bool CGenCharContext::GeneratorParams_PickupBarExists() const
         && p.mGenerateStartPosAbs > p.mGenerateStartLeftBarPosAbs;
 }
 
+namespace {
+
+// Appends one empty pattern of the current layer; nothing for a length not above 0.
+void AppendPlaceholder(CGenPatternModAndProbs& mods, CGenPatternGraphBoost* graph, float pos, float length)
+{
+    if (!(length > 0.0f))
+        return;
+    mods.emplace_back(graph, pos, CGenEvs(length));
+    mods.back().mProb = 100.0f;
+}
+
+} // namespace
+
+std::string CGenCharContext::CreatePlaceholderPatternsFromParams(CGenPatternModAndProbs& mods, int patternCount,
+    int lengthInBars, float pickupBeatLength, float lastPatternBeatLength) const
+{
+    if (!(lastPatternBeatLength >= 0.0f))
+        return "lastPatternBeatLength should be >= 0";
+    if (!(pickupBeatLength >= 0.0f))
+        return "pickupBeatLength should be >= 0";
+    if (patternCount < 0)
+        return "numberOfPatternsExceptPickup should be >= 0";
+    if (lengthInBars <= 0)
+        return "createdPatternLengthInBars should be > 0";
+    if (!GeneratorParamsValid())
+        return "GenerateStartPosAbs should be >= 0, information is needed if PatternsCreatePlaceholders is called with 0 params";
+    const CGenGeneratorParams& p = *mContext->mParams;
+    const float start = p.mGenerateStartPosAbs;
+    if (!(start >= 0.0f))
+        return "GenerateStartPosAbs should be >= 0, information is needed if PatternsCreatePlaceholders is called with 0 params";
+    CGenPatternGraphBoost* graph = mContext->mPatternGraph;
+    CGenPatternModAndProbs made;
+    made.mSTDefaultOrTarget = TSTDefaultOrTarget::Default;
+    AppendPlaceholder(made, graph, start, pickupBeatLength);
+    float bar = pickupBeatLength > 0.0f ? p.mEvsSignTime.FindBarStartPos(start, 1) : p.mEvsSignTime.FindBarStartPos(start, 2);
+    if (GenIsUndef(bar))
+        bar = start + pickupBeatLength;
+    for (int i = 0; i < patternCount; ++i) {
+        AppendPlaceholder(made, graph, bar, 4.0f * static_cast<float>(lengthInBars));
+        const float next = p.mEvsSignTime.FindBarStartPosThenIterateBarDist(bar, 4, lengthInBars);
+        bar = GenIsDef(next) ? next : bar + 4.0f * static_cast<float>(lengthInBars);
+    }
+    AppendPlaceholder(made, graph, bar, lastPatternBeatLength);
+    mods = std::move(made);
+    mContext->mGraphMadeTheChoice = true;
+    return std::string();
+}
+
+std::string CGenCharContext::CreatePlaceholderPatternsFromGenerateRange(CGenPatternModAndProbs& mods,
+    bool markGraphMadeTheChoice) const
+{
+    if (!GeneratorParamsValid() || !(mContext->mParams->mGenerateStartPosAbs >= 0.0f))
+        return "GenerateStartPosAbs should be >= 0, information is needed if PatternsCreatePlaceholders is called with 0 params";
+    const CGenGeneratorParams& p = *mContext->mParams;
+    if (!(p.mGenerateLength >= 0.0f))
+        return "GenerateLength should be >= 0, information is needed if PatternsCreatePlaceholders is called with 0 params";
+    const float start = p.mGenerateStartPosAbs;
+    const float end = start + p.mGenerateLength;
+    float pickup = 0.0f;
+    if (GeneratorParams_PickupBarExists())
+        GeneratorParams_GetFirstBarLengthCroppedbyGenerateLengthSTTarget(pickup);
+    if (GenIsUndef(pickup))
+        pickup = 0.0f;
+    // Whole bars from the first bar line on, then what the region's end leaves of a bar.
+    int bars = 0;
+    float bar = p.mEvsSignTime.FindBarStartPos(start + pickup, 2);
+    while (GenIsDef(bar) && bars < 100000) {
+        const float next = p.mEvsSignTime.FindBarStartPos(bar, 1);
+        if (GenIsUndef(next) || next > end)
+            break;
+        bar = next;
+        ++bars;
+    }
+    const float last = GenIsDef(bar) && end > bar ? end - bar : 0.0f;
+    const bool wasMarked = mContext->mGraphMadeTheChoice;
+    std::string error = CreatePlaceholderPatternsFromParams(mods, bars, 1, pickup, last);
+    if (!markGraphMadeTheChoice)
+        mContext->mGraphMadeTheChoice = wasMarked;
+    return error;
+}
+
+const CGenNearestClavePatternInfos* CGenCharContext::NearestClavePatternInfos() const
+{
+    return mContext ? &mContext->mNearestClavePatternInfos : nullptr;
+}
+
 bool CGenCharContext::InStyleGraphGlobalMerged() const
 {
     return mContext && mContext->mStyleGraphKey == kStyleGraphKey_GlobalToMerged;

@@ -13,6 +13,7 @@ class CGenEvSignKey;
 class CGenEvHarmCenter;
 class CGenEvChord;
 class CGenSignTimeTrafos;
+class CGenNearestClavePatternInfos;
 
 // A thin view on the generation's CGenContext, made for what a player's
 // behaviour asks: every operation reads through the pointer, and a view
@@ -43,6 +44,26 @@ public:
     bool GeneratorParams_GetFirstBarLengthCroppedbyGenerateLengthSTTarget(float& length) const;
     // The generate start lies inside a bar, after the bar's start.
     bool GeneratorParams_PickupBarExists() const;
+
+    // Empty patterns that cover a range, for a script to fill; they make the
+    // graph's result the whole sequence (the graph made the choice), so the
+    // caller takes them as they are instead of drawing one. A pickup of
+    // `pickupBeatLength` (none for 0) at the generate start, then
+    // `patternCount` patterns of `lengthInBars` 4/4 bars from the first bar
+    // line at or after it, then one of `lastPatternBeatLength` (none for 0).
+    // The lengths are in the 4/4 authoring frame, the positions the song's;
+    // each pattern belongs to the current pattern graph's layer. Returns an
+    // empty text, or the failed condition (and leaves `mods` alone).
+    std::string CreatePlaceholderPatternsFromParams(CGenPatternModAndProbs& mods, int patternCount, int lengthInBars,
+        float pickupBeatLength, float lastPatternBeatLength) const;
+    // The same over the generate range: the pickup up to the first bar line,
+    // one pattern per whole bar, and the rest of a bar cut by the region's
+    // end. With `markGraphMadeTheChoice` false the patterns are only made.
+    std::string CreatePlaceholderPatternsFromGenerateRange(CGenPatternModAndProbs& mods, bool markGraphMadeTheChoice) const;
+
+    // What the clave is doing at the generate position, for each clave
+    // library; null without a context.
+    const CGenNearestClavePatternInfos* NearestClavePatternInfos() const;
 
     // The running graph is the one over the merged events.
     bool InStyleGraphGlobalMerged() const;

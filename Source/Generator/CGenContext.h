@@ -4,6 +4,7 @@
 #include "Generator/CGenEvs.h"
 #include "Generator/CGenRandom.h"
 #include "Generator/CGenTypes.h"
+#include "Generator/clave/CGenNearestClavePatternInfo.h"
 #include "Generator/patterns/CGenPatternModAndProbs.h"
 #include "Generator/timesig/CGenSignTimeTrafos.h"
 
@@ -55,6 +56,9 @@ public:
     // Relative to mGenerateStartLeftBarPosAbs; undefined at first, 0 after
     // the pre stage. Modules run once for each value of it.
     float mGeneratePos = TGenBeatPos_Undef;
+    // What the clave does at the generate position, set with it before each
+    // style graph run.
+    CGenNearestClavePatternInfos mNearestClavePatternInfos;
     // Starts from the clock; the merged stage sets it from the memento.
     CGenRandom mRandom;
     uint32_t mFillSeed = 0;

@@ -1,7 +1,13 @@
 #include "Generator/CGenGenerator.h"
 
 #include "Generator/CGenContext.h"
+#include "Generator/clave/CGenClaveIxPatternHist.h"
+#include "Generator/instruments/CGenConvertCtrAndUid.h"
+#include "Generator/instruments/CGenConvertMappingFactory.h"
+#include "Generator/instruments/CGenDrumMap.h"
 #include "Generator/instruments/CGenInstTree.h"
+#include "Generator/stylegraph/CGenStyleGraphRun.h"
+#include "Platform/ZKLog.h"
 #include "Platform/ZKTime.h"
 
 #include <cmath>
@@ -13,6 +19,7 @@ CGenGenerator::GenerateRuntimeData::~GenerateRuntimeData() = default;
 void CGenGenerator::GenerateRuntimeData::Reset()
 {
     mContext.reset();
+    mGFContext = CGenGFContext();
     mMementoIn.reset();
     mMemento.reset();
     mOutInfo.reset();
@@ -68,6 +75,16 @@ bool CGenGenerator::_Generate_Pre_WithoutActnAndMemento(CGenGeneratorParams& par
 {
     GenerateRuntimeData& rt = *mRuntimeData;
     rt.Reset();
+    params.ClearDecisionLog();
+    if (std::isnan(params.mGenerateLength) || std::isnan(params.mGenerateStartPosAbs)
+        || (GenIsDef(params.mGenerateLength) && (params.mGenerateLength < 0.0f
+               || (params.mGenerateLength > kMaxGenerateLength && !std::isinf(params.mGenerateLength))))
+        || (GenIsDef(params.mGenerateStartPosAbs) && std::fabs(params.mGenerateStartPosAbs) > kMaxGenerateLength)) {
+        ZKLogf(ZKLogCategory_GeneratorStorage, ZKLogLevel_Warn,
+            "Generate: region start %{public}s, length %{public}s is out of range; nothing is generated",
+            {std::to_string(params.mGenerateStartPosAbs), std::to_string(params.mGenerateLength)});
+        return false;
+    }
     CGenGenreLib* genreLib = mGenreLibs.FindGenreLib(params.mGenre);
     CGenInstLib* instLib = genreLib ? genreLib->FindInstLib(params.mInstType) : nullptr;
     if (!genreLib || !instLib)
@@ -83,6 +100,8 @@ bool CGenGenerator::_Generate_Pre_WithoutActnAndMemento(CGenGeneratorParams& par
 
     rt.mGenreLib = genreLib;
     rt.mInstLib = instLib;
+    rt.mDrumMap = genreLib->DrumMap();
+    rt.mDrumMapForScripts = rt.mDrumMap;
     rt.mParams = &params;
 
     rt.mContext = std::make_unique<CGenContext>(&params, genreLib, instLib, rt.mDrumMap);
@@ -92,6 +111,7 @@ bool CGenGenerator::_Generate_Pre_WithoutActnAndMemento(CGenGeneratorParams& par
     context.SetFillSeed(firstInstLib.PatternGraph(TPatternGraphType_AccentFamily).Random().State());
 
     rt.mOutInfo = std::make_shared<TGenDict>();
+    rt.mGFContext = CGenGFContext::contextWithGenContext(&context);
     context.SetGeneratePos(0.0f);
 
     if (!_Generate_LuaScript_Setup())
@@ -172,10 +192,10 @@ void CGenGenerator::_Generate_TempoScalePre(CGenGeneratorParams& params)
 CGenStyle* CGenGenerator::_CurrentStyle()
 {
     GenerateRuntimeData& rt = *mRuntimeData;
-    if (!rt.mParams || !rt.mInstLib || !rt.mInstLib->mStyles)
+    if (!rt.mParams || !rt.mInstLib)
         return nullptr;
     const size_t ix = static_cast<size_t>(rt.mParams->StyleIxOrFirst());
-    return ix < rt.mInstLib->mStyles->size() ? &(*rt.mInstLib->mStyles)[ix] : nullptr;
+    return ix < rt.mInstLib->mStyles.size() ? &rt.mInstLib->mStyles[ix] : nullptr;
 }
 
 bool CGenGenerator::_Generate_LuaScript_Setup()
@@ -183,7 +203,7 @@ bool CGenGenerator::_Generate_LuaScript_Setup()
     CGenStyle* style = _CurrentStyle();
     if (!style || !mRuntimeData->mContext)
         return false;
-    mRuntimeData->mInstLib->mStyles->LoadStyleGraphsIfNotCachedAlready(*style);
+    mRuntimeData->mInstLib->mStyles.LoadStyleGraphsIfNotCachedAlready(*style);
     mRuntimeData->mContext->mStyle = style;
     // The script runtime hooks in here ("runOnCharacterLoad", "runOnGenerateBegin");
     // without it there is nothing that could fail.
@@ -198,10 +218,11 @@ void CGenGenerator::_Generate_ConvertPatternCoordExtToInt(CGenGeneratorParams& p
         CGenInstLib::PatternCoordConvForType(instLib, TPatternGraphType_Fill));
 }
 
-void CGenGenerator::_Generate_CreateEvsClaveIxPatternHist(CGenGeneratorParams&, CGenGenreLib*, float, float)
+void CGenGenerator::_Generate_CreateEvsClaveIxPatternHist(CGenGeneratorParams& params, CGenGenreLib* genreLib,
+    float leftBarPos, float endPos)
 {
-    // The clave timetable of the region comes from clave-to-pattern matching,
-    // which isn't part of the engine yet.
+    if (genreLib)
+        CreateEvsClaveIxPatternHist(params, genreLib->mClaveLibs, leftBarPos, endPos);
 }
 
 void CGenGenerator::_Generate_AllPatternGraphs(TGenerateWhat what, TRandomSeedMode seedMode)
@@ -222,9 +243,10 @@ void CGenGenerator::_Generate_PatternGraph(TPatternGraphType type, TRandomSeedMo
     CGenStyle* style = _CurrentStyle();
     if (!params || !context || !style)
         return;
-    mRuntimeData->mInstLib->mStyles->LoadStyleGraphsIfNotCachedAlready(*style);
+    mRuntimeData->mInstLib->mStyles.LoadStyleGraphsIfNotCachedAlready(*style);
     CGenPatternGraphBoost& graph = rt.mInstLib->PatternGraph(type);
     context->mPatternGraph = &graph;
+    // Stored for scripts and the authoring side; pattern choice does not read it.
     context->mRegionLeftCornerEditOffset =
         static_cast<float>(rt.mMemento->DoubleForKey(kMemento_RegionLeftCornerEditOffset, 0.0));
 
@@ -250,8 +272,9 @@ void CGenGenerator::_Generate_PatternGraph(TPatternGraphType type, TRandomSeedMo
             params->RegionParameterFloat(CGenGeneratorParamsRegion::kComplexity));
     }
 
-    context->mPatternMap[type] = CGenPatternModAndProbs();
-    graph.Generate_PatternSeq(*params, params->mInstType, *context, context->mPatternMap[type]);
+    CGenPatternModAndProbs& mods = context->mPatternMap[type];
+    mods = CGenPatternModAndProbs();
+    graph.Generate_PatternSeq(*params, rt.mDrumMap, params->mInstType, style, rt.mGFContext, &mods);
 }
 
 void CGenGenerator::_Generate_Post(CGenEvsNameds& evs, TRandomSeedMode seedMode)
@@ -269,7 +292,8 @@ void CGenGenerator::_Generate_Post(CGenEvsNameds& evs, TRandomSeedMode seedMode)
     _Generate_ShortenPickupBarOnTheLeft();
     if (rt.mDrumMap && rt.mInstLib)
         for (auto& [type, mods] : rt.mContext->mPatternMap)
-            rt.mInstLib->PatternGraph(type).Generate_RenderEvs(params, params.mInstType, mods, evs);
+            rt.mInstLib->PatternGraph(type).Generate_RenderEvs(params, rt.mDrumMap, params.mInstType, &mods, evs);
+    _Generate_CutRenderedEvsAtRegionEnd(evs);
     _Generate_ApplyEvsChordToAbstractNotes(evs, 0, 0);
     _Generate_ConvertEvsNamedFromUid(evs);
     if (!params.mDbgKeepEvsNamedsSeparate)
@@ -290,9 +314,32 @@ void CGenGenerator::_Generate_ApplySignTimeTrafos()
 
 void CGenGenerator::_Generate_OverlayFillsFromPatternGraphFill()
 {
-    // Fill elements carry the ranges they overlay on the other layers; fills
-    // are created by the fill work, and until then the fill layer overlays
-    // nothing.
+    auto& map = mRuntimeData->mContext->mPatternMap;
+    const auto fills = map.find(TPatternGraphType_Fill);
+    if (fills == map.end())
+        return;
+    auto erase = [&map](TPatternGraphType type, float start, float length) {
+        const auto layer = map.find(type);
+        if (layer != map.end())
+            layer->second.EraseAndOptionallyShortenEvsAndShortenMembersInRange(start, length,
+                TShortenEvsLeftTouchingRange_Yes);
+    };
+    // Each fill element carries, relative to its position, the ranges it
+    // takes over from the accents, the systems and the percussion.
+    for (const CGenPatternModAndProb& fill : fills->second) {
+        const float pos = fill.mBeatPosAbs;
+        if (GenIsUndef(pos))
+            continue;
+        auto overlay = [&](const CGenRange<float>& range, std::initializer_list<TPatternGraphType> layers) {
+            if (GenIsUndef(range.mMin) || GenIsUndef(range.mMax))
+                return;
+            for (TPatternGraphType type : layers)
+                erase(type, pos + range.mMin, range.mMax - range.mMin);
+        };
+        overlay(fill.mOverlayRangeAc, {TPatternGraphType_AccentFamily, TPatternGraphType_AccentAddon});
+        overlay(fill.mOverlayRangeSy, {TPatternGraphType_System});
+        overlay(fill.mOverlayRangePerc, {TPatternGraphType_Percussion});
+    }
 }
 
 void CGenGenerator::_Generate_ShortenIncompleteFirstBar()
@@ -307,9 +354,51 @@ void CGenGenerator::_Generate_ShortenIncompleteFirstBar()
             TShortenEvsLeftTouchingRange_No);
 }
 
+CGenGFModule* CGenGenerator::_GlobalStyleGraph(const char* key)
+{
+    GenerateRuntimeData& rt = *mRuntimeData;
+    if (!rt.mGenreLib || !rt.mInstLib || !rt.mContext || !rt.mParams)
+        return nullptr;
+    CGenStyle* style = _CurrentStyle();
+    if (!style)
+        return nullptr;
+    rt.mInstLib->mStyles.LoadStyleGraphsIfNotCachedAlready(*style);
+    return style->StyleGraphs().StyleGraphForKey(key);
+}
+
 void CGenGenerator::_Generate_ApplyGlobalStyleGraphToSinglePatternModAndProbs()
 {
-    // The global style graph sees each pattern once style graphs run.
+    GenerateRuntimeData& rt = *mRuntimeData;
+    const CGenGFModule* graph = _GlobalStyleGraph(kStyleGraphKey_Global);
+    // No graph, or one of no modules, is the normal case of a style without
+    // post-processing.
+    if (!graph || graph->nodes().empty())
+        return;
+    CGenContext& context = *rt.mContext;
+    const CGenGeneratorParams& params = *rt.mParams;
+    for (auto& [type, mods] : context.mPatternMap) {
+        if (type == TPatternGraphType_Undef)
+            continue;
+        context.mPatternGraph = &rt.mInstLib->PatternGraph(type);
+        for (size_t i = 0; i < mods.size();) {
+            const float relPos = GenSubRegardingUndef(mods[i].mBeatPosAbs, params.mGenerateStartLeftBarPosAbs);
+            CGenNearestClavePatternInfos infos;
+            infos.GatherInfosAtPos(&params, &rt.mGenreLib->mClaveLibs, relPos);
+            CGenPatternModAndProbs list;
+            list.push_back(mods[i]);
+            {
+                CGenStyleGraphRun run(context, kStyleGraphKey_Global);
+                run.ApplyStyleGraphToPatterns(list, relPos, &infos);
+            }
+            // An empty answer is how a style drops a pattern.
+            if (list.empty()) {
+                mods.erase(mods.begin() + static_cast<ptrdiff_t>(i));
+                continue;
+            }
+            mods[i] = list.front();
+            ++i;
+        }
+    }
 }
 
 void CGenGenerator::_Generate_EraseUnplayableNotes()
@@ -333,6 +422,16 @@ void CGenGenerator::_Generate_EraseUnplayableNotes()
         rt.mParams->mEvsTempo, footUids, kEraseUnplayableNotesToleranceNs, footUids);
 }
 
+void CGenGenerator::_Generate_CutRenderedEvsAtRegionEnd(CGenEvsNameds& evs)
+{
+    // Patterns end on the song's bar lines and may run past a region that
+    // ends mid-bar; the host asked for the region, so nothing sounds beyond it.
+    const CGenGeneratorParams& params = *mRuntimeData->mParams;
+    const float end = GenAddRegardingUndef(params.mGenerateStartPosAbs, params.mGenerateLength);
+    if (GenIsDef(end))
+        evs.EraseAndShortenEvsAndShortenMembersInRange(end, 4.0f * kMaxGenerateLength, TPatternGraphType_Undef);
+}
+
 void CGenGenerator::_Generate_ShortenPickupBarOnTheLeft()
 {
     GenerateRuntimeData& rt = *mRuntimeData;
@@ -346,10 +445,26 @@ void CGenGenerator::_Generate_ApplyEvsChordToAbstractNotes(CGenEvsNameds&, int, 
     // the harmony work, for bass, keys and guitar only.
 }
 
-void CGenGenerator::_Generate_ConvertEvsNamedFromUid(CGenEvsNameds&)
+void CGenGenerator::_Generate_ConvertEvsNamedFromUid(CGenEvsNameds& evs)
 {
-    // Instrument uids become output notes and controllers through the
-    // mappings of the instrument vocabulary.
+    GenerateRuntimeData& rt = *mRuntimeData;
+    if (!rt.mInstLib || !rt.mParams)
+        return;
+    const CGenInstTree* tree = rt.mInstLib->InstTree();
+    const int convertTo = rt.mParams->mConvertUidEvsTo;
+    if (!tree || (convertTo != 1 && convertTo != 2))
+        return;
+    const char* key = convertTo == 1 ? kConvertMappingKey_CtrlEvs : kConvertMappingKey_MB3;
+    // The genre's drum map decides the notes and channels the kit plays on.
+    const CGenConvertMapping mapping = rt.mDrumMap ? CGenConvertMappingFactory::MappingForKeyAndDrumMap(key, *rt.mDrumMap)
+                                                   : CGenConvertMappingFactory::MappingForKey(key);
+    CGenConvertCtrAndUid convert(*tree, mapping);
+    CGenEvs out;
+    for (CGenEvsNamed& el : evs) {
+        convert.ConvertEvsWithUidToEvsWithCtr(el.mEvs, out);
+        el.mEvs.swap(out);
+        el.mEvs.mLength = out.mLength;
+    }
 }
 
 void CGenGenerator::_Generate_MergeAllEvsNameds(CGenEvsNameds& evs, float generateStartPosAbs)
@@ -385,9 +500,38 @@ void CGenGenerator::_Generate_MergeAllEvsNameds(CGenEvsNameds& evs, float genera
     evs.swap(result);
 }
 
-void CGenGenerator::_Generate_ApplyGlobalStyleGraphToMerged(CGenEvsNameds&, TRandomSeedMode seedMode)
+void CGenGenerator::_Generate_ApplyGlobalStyleGraphToMerged(CGenEvsNameds& evs, TRandomSeedMode seedMode)
 {
+    GenerateRuntimeData& rt = *mRuntimeData;
+    if (!rt.mGenreLib || !rt.mInstLib || !rt.mContext || !rt.mParams || !_CurrentStyle())
+        return;
+    const CGenGFModule* graph = _GlobalStyleGraph(kStyleGraphKey_GlobalToMerged);
+    CGenContext& context = *rt.mContext;
+    context.mStyleGraphKey = kStyleGraphKey_GlobalToMerged;
+    CGenPatternGraphBoost* accents = &rt.mInstLib->PatternGraph(TPatternGraphType_AccentFamily);
+    context.mPatternGraph = accents;
+    // The seed moves with the take even when the style has no such graph.
     _Generate_RandomSeedReadStoreAndSetForGlobalStyleGraphToMerged(seedMode);
+    if (!graph || graph->nodes().empty() || evs.empty())
+        return;
+    const CGenGeneratorParams& params = *rt.mParams;
+    for (CGenEvsNamed& el : evs) {
+        const float relPos = GenSubRegardingUndef(el.mBeatPosAbs, params.mGenerateStartLeftBarPosAbs);
+        CGenNearestClavePatternInfos infos;
+        infos.GatherInfosAtPos(&params, &rt.mGenreLib->mClaveLibs, relPos);
+        CGenPatternModAndProbs list;
+        list.emplace_back(accents, el.mBeatPosAbs, el.mEvs);
+        {
+            CGenStyleGraphRun run(context, kStyleGraphKey_GlobalToMerged);
+            run.ApplyStyleGraphToPatterns(list, relPos, &infos);
+        }
+        if (list.empty()) {
+            el.mEvs.clear();
+            el.mEvs.mLength = 0.0f;
+        } else {
+            el.mEvs = list.front().PatternToBeRead().mEvs;
+        }
+    }
 }
 
 void CGenGenerator::_Generate_TempoScalePost(CGenGeneratorParams& params, CGenEvsNameds& evs)
@@ -438,8 +582,7 @@ void CGenGenerator::PurgeStylesForWhichBlockReturnsYes(const std::function<bool(
 {
     for (auto& genre : mGenreLibs)
         for (auto& lib : genre.mInstLibs)
-            if (lib.mStyles)
-                std::erase_if(*lib.mStyles, block);
+            std::erase_if(lib.mStyles, block);
 }
 
 namespace {

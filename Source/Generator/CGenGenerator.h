@@ -5,6 +5,7 @@
 #include "Generator/CGenGeneratorParams.h"
 #include "Generator/CGenTypes.h"
 #include "Generator/library/CGenGenreLibs.h"
+#include "Generator/stylegraph/CGenGFModule.h"
 #include "Platform/TGenDict.h"
 
 #include <functional>
@@ -35,6 +36,8 @@ public:
         const CGenDrumMap* mDrumMapForScripts = nullptr;
         CGenGeneratorParams* mParams = nullptr;
         std::unique_ptr<CGenContext> mContext;
+        // Made over mContext; what the style graphs of this generation run on.
+        CGenGFContext mGFContext;
         float mGenerateStartPosAbs = 0.0f;
         float mGenerateStartLeftBarPosAbs = 0.0f;
         float mGenerateLength = 0.0f;
@@ -77,7 +80,17 @@ public:
     uint32_t ClockSeed() const { return mClockSeed; }
     bool GlibbWasLoaded() const { return mLoadTime1 != mLoadTime2; }
 
-    // Stages, in the order Generate runs them.
+    // The longest region a call performs: 100,000 bars of 4/4. A longer (or
+    // negative, or not-a-number) length is refused by the pre stage, so that
+    // an absurd request ends at once with an empty performance.
+    static constexpr float kMaxGenerateLength = 400000.0f;
+
+private:
+    // Tests reach the stages through this.
+    friend struct CGenGeneratorTestAccess;
+
+    // Stages, in the order Generate runs them. They rely on each other's
+    // state, so only Generate and the public entry points above run them.
     bool _Generate_Pre_WithoutActnAndMemento(CGenGeneratorParams& params);
     void _Generate_TempoScalePre(CGenGeneratorParams& params);
     bool _Generate_LuaScript_Setup();
@@ -99,6 +112,7 @@ public:
     void _Generate_ApplyGlobalStyleGraphToSinglePatternModAndProbs();
     void _Generate_EraseUnplayableNotes();
     void _Generate_ShortenPickupBarOnTheLeft();
+    void _Generate_CutRenderedEvsAtRegionEnd(CGenEvsNameds& evs);
     void _Generate_ApplyEvsChordToAbstractNotes(CGenEvsNameds& evs, int behaviorForChordUndef, int behaviorSibling);
     void _Generate_ConvertEvsNamedFromUid(CGenEvsNameds& evs);
     void _Generate_MergeAllEvsNameds(CGenEvsNameds& evs, float generateStartPosAbs);
@@ -109,7 +123,7 @@ public:
     void _Generate_Post_StoreGeneratorTestData() {}
     void _Generate_CopyBackUserEditedEvents() {}
 
-private:
+
     CGenGenreLibs mGenreLibs;
     TGenerateWhat mGenerateWhat = TGenerateWhat_PatternsOnly;
     uint32_t mClockSeed = 0;
@@ -119,6 +133,9 @@ private:
 
     TGenDict* _Seeds();
     CGenStyle* _CurrentStyle();
+    // The current style's graph under a global key, its graphs loaded first;
+    // null when the generation lacks a genre, library, context, params or style.
+    CGenGFModule* _GlobalStyleGraph(const char* key);
 };
 
 // One-time initialisation of the engine; safe to call from many places.

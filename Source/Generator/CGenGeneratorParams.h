@@ -192,6 +192,14 @@ public:
 
     void DisableAllRules() { mSuperPatterns_Active = false; }
 
+    // What pattern choice had to bridge (a content gap, a relaxed condition),
+    // one line per event, appended whether or not tracing is on. Not stored:
+    // it describes one generation, and each pre stage clears it. Changed
+    // through const params, like the seed words of the graphs.
+    const std::vector<std::string>& DecisionLog() const { return mDecisionLog; }
+    void AppendToDecisionLog(const std::string& line) const { mDecisionLog.push_back(line); }
+    void ClearDecisionLog() const { mDecisionLog.clear(); }
+
     std::vector<uint8_t> SerializeToData() const;
     bool DeserializeFromData(const std::vector<uint8_t>& data);
     bool SerializeToPath(const std::string& path) const;
@@ -210,6 +218,8 @@ public:
     void load(Archive& ar, const unsigned int version);
     BOOST_SERIALIZATION_SPLIT_MEMBER()
 
+private:
+    mutable std::vector<std::string> mDecisionLog;
 };
 BOOST_CLASS_VERSION(CGenGeneratorParams, 17)
 

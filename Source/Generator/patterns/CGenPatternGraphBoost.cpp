@@ -2,17 +2,39 @@
 
 #include "Generator/CGenAssert.h"
 
+#include <algorithm>
+
 
 namespace zkgen {
 
 namespace {
-// One generator serves one thread, and an archive is read on one thread.
-thread_local std::set<const CGenClaveLibs*> tArchiveCreatedClaveLibs;
+// The innermost open scope of this thread: an archive is read on one thread,
+// and scopes nest when a graph is read inside another graph's read.
+thread_local TArchiveCreatedClaveLibsScope* tInnermostScope = nullptr;
 } // namespace
 
-void NoteArchiveCreatedClaveLibs(const CGenClaveLibs* libs) { tArchiveCreatedClaveLibs.insert(libs); }
+TArchiveCreatedClaveLibsScope::TArchiveCreatedClaveLibsScope() : mOuter(tInnermostScope) { tInnermostScope = this; }
 
-bool TakeArchiveCreatedClaveLibs(const CGenClaveLibs* libs) { return tArchiveCreatedClaveLibs.erase(libs) != 0; }
+TArchiveCreatedClaveLibsScope::~TArchiveCreatedClaveLibsScope() { tInnermostScope = mOuter; }
+
+bool TArchiveCreatedClaveLibsScope::Created(const CGenClaveLibs* libs) const
+{
+    return libs && std::find(mCreated.begin(), mCreated.end(), libs) != mCreated.end();
+}
+
+void TArchiveCreatedClaveLibsScope::Note(const CGenClaveLibs* libs)
+{
+    if (tInnermostScope)
+        tInnermostScope->mCreated.push_back(libs);
+}
+
+size_t TArchiveCreatedClaveLibsScope::RecordedCount()
+{
+    size_t count = 0;
+    for (const TArchiveCreatedClaveLibsScope* s = tInnermostScope; s; s = s->mOuter)
+        count += s->mCreated.size();
+    return count;
+}
 
 } // namespace zkgen
 
@@ -51,9 +73,9 @@ void CGenPatternGraphBoost::SetWeakClaveLibs(CGenClaveLibs* libs)
     mWeakClaveLibs = libs;
 }
 
-void CGenPatternGraphBoost::_SetLoadedClaveLibs(CGenClaveLibs* libs)
+void CGenPatternGraphBoost::_SetLoadedClaveLibs(CGenClaveLibs* libs, bool createdByArchive)
 {
-    if (libs && zkgen::TakeArchiveCreatedClaveLibs(libs))
+    if (libs && createdByArchive)
         mOwnedClaveLibs.reset(libs);
     mWeakClaveLibs = libs;
 }

@@ -24,9 +24,15 @@
 #include <utility>
 
 class CGenGeneratorParams;
+class CGenPatternModAndProb;
 class CGenPatternModAndProbs;
 class CGenEvsNameds;
 class CGenContext;
+class CGenDrumMap;
+class CGenStyle;
+class CGenGFContext;
+class CGenNearestClavePatternInfos;
+class CGenStyleGraphRun;
 
 // Patterns as vertices in a vector, edges in a list, out-edges in vectors,
 // both directions walkable.
@@ -37,11 +43,32 @@ using TGenPatternEdgeDesc = boost::graph_traits<TGenPatternGraphBoost>::edge_des
 
 namespace zkgen {
 
-// Clave libraries that an archive created while reading a graph's pointer
+// Clave libraries that an archive created while a graph read its pointer
 // (rather than pointing it at libraries read earlier in the same archive).
-// The graph that read the pointer takes them over, so that nothing leaks.
-void NoteArchiveCreatedClaveLibs(const CGenClaveLibs* libs);
-bool TakeArchiveCreatedClaveLibs(const CGenClaveLibs* libs);
+// A scope lives exactly as long as the read of one pointer: the graph asks it
+// whether the archive made the libraries and takes them over, and whatever
+// happens (a truncated or damaged archive throws half-way), the scope's end
+// forgets every address it saw, so no address outlives the read.
+class TArchiveCreatedClaveLibsScope {
+public:
+    TArchiveCreatedClaveLibsScope();
+    ~TArchiveCreatedClaveLibsScope();
+    TArchiveCreatedClaveLibsScope(const TArchiveCreatedClaveLibsScope&) = delete;
+    TArchiveCreatedClaveLibsScope& operator=(const TArchiveCreatedClaveLibsScope&) = delete;
+
+    // Whether the archive created `libs` during this scope.
+    bool Created(const CGenClaveLibs* libs) const;
+
+    // Called by the archive's construction of a CGenClaveLibs; outside a
+    // scope (libraries read through some other pointer) nothing is noted.
+    static void Note(const CGenClaveLibs* libs);
+    // Addresses noted by the scopes still open on this thread (0 outside a read).
+    static size_t RecordedCount();
+
+private:
+    std::vector<const CGenClaveLibs*> mCreated;
+    TArchiveCreatedClaveLibsScope* mOuter = nullptr;
+};
 
 // Reads the graph in the very layout Boost.Graph writes it ("V", "E", the
 // vertex properties, then "u", "v" and the property of each edge, then the
@@ -93,7 +120,7 @@ template <class Archive>
 inline void load_construct_data(Archive& /*ar*/, CGenClaveLibs* libs, const unsigned int /*version*/)
 {
     ::new (libs) CGenClaveLibs();
-    zkgen::NoteArchiveCreatedClaveLibs(libs);
+    zkgen::TArchiveCreatedClaveLibsScope::Note(libs);
 }
 } // namespace boost::serialization
 
@@ -224,17 +251,28 @@ public:
     // conversion; false on a fault.
     bool CheckContentSanity(const std::string& prefix, std::string& report) const;
 
-    // Chooses the layer's pattern sequence over the region into `mods`; the
-    // choice of patterns is not part of the engine yet, so nothing is chosen.
-    void Generate_PatternSeq(CGenGeneratorParams& /*params*/, _TGenInstType /*instType*/, CGenContext& /*context*/,
-        CGenPatternModAndProbs& /*mods*/) const
-    {
-    }
-    // Renders a chosen sequence to named event lists; not part of the engine yet.
-    void Generate_RenderEvs(const CGenGeneratorParams& /*params*/, _TGenInstType /*instType*/,
-        const CGenPatternModAndProbs& /*mods*/, CGenEvsNameds& /*evs*/) const
-    {
-    }
+    // Sequence generation: walks the region bar by bar from the left bar of
+    // its start and fills `list` with the patterns to play, each chosen from
+    // the candidates the graph allows (by edges and history, or from all
+    // vertices), weighted by the clave and judged by the layer's style graph.
+    // Changes only the list, the seed words and the params' decision log.
+    void Generate_PatternSeq(const CGenGeneratorParams& params, const CGenDrumMap* drumMap, _TGenInstType instType,
+        const CGenStyle* style, const CGenGFContext& gfContext, CGenPatternModAndProbs* list) const;
+    // Generate_PatternSeq, then Generate_RenderEvs.
+    void Generate_Evs(const CGenGeneratorParams& params, const CGenDrumMap* drumMap, _TGenInstType instType,
+        const CGenStyle* style, const CGenGFContext& gfContext, CGenPatternModAndProbs* list,
+        CGenEvsNameds& evsNameds) const;
+    // One named event list per element of `list`, appended to `evsNameds`;
+    // nothing is cut to the region here.
+    void Generate_RenderEvs(const CGenGeneratorParams& params, const CGenDrumMap* drumMap, _TGenInstType instType,
+        const CGenPatternModAndProbs* list, CGenEvsNameds& evsNameds) const;
+    // The display name of a rendered element, with the debug additions the
+    // params ask for.
+    std::string _Generate_RenderEvs_PatternName(const CGenGeneratorParams& params, const CGenPatternModAndProb& el) const;
+
+    // The indices of the first `maxCount` elements of `list` (-1 for an
+    // element without one): the history that pattern choice compares.
+    static void ConvertToPatternIxs(const CGenPatternModAndProbs& list, CGenPatternIxs& ixs, size_t maxCount);
 
     // Vertex and edge counts, every vertex, every edge in list order, then
     // the coordinate conversion; the layer and the seeds don't count.
@@ -274,9 +312,10 @@ public:
             CGenClaveLib dummyWeakClaveLib;
             ar& make_nvp("dummyWeakClaveLib", dummyWeakClaveLib);
         } else if (version >= 5) {
+            zkgen::TArchiveCreatedClaveLibsScope scope;
             CGenClaveLibs* libs = nullptr;
             ar& make_nvp("mWeakClaveLibs", libs);
-            _SetLoadedClaveLibs(libs);
+            _SetLoadedClaveLibs(libs, scope.Created(libs));
         }
         mPatternCoordConv.SetToUndef();
         if (version >= 3)
@@ -288,8 +327,55 @@ public:
     BOOST_SERIALIZATION_SPLIT_MEMBER()
 
 private:
+    // One decision of the bar loop and its steps; pos counts from the left
+    // bar of the region start. `run` is the layer's style graph for this
+    // decision, null without one.
+    void _Generate_PatternSeqPlain(const CGenGeneratorParams& params, const CGenDrumMap* drumMap,
+        const CGenStyle* style, const CGenGFContext& gfContext, float startPos, float endPos,
+        CGenPatternModAndProbs& list) const;
+    CGenPatternModAndProbs _DecideNextPattern(const CGenGeneratorParams& params, const CGenDrumMap* drumMap,
+        const CGenStyle* style, const CGenGFContext& gfContext, float pos, const CGenPatternModAndProbs* list) const;
+    CGenPatternModAndProbs _DecideNextPatternStyleGraph(const CGenGeneratorParams& params, const CGenDrumMap* drumMap,
+        const CGenStyle* style, const CGenGFContext& gfContext, float pos, const CGenPatternModAndProbs* list) const;
+    CGenPatternModAndProb _FindFirstPattern(const CGenGeneratorParams& params, const CGenDrumMap* drumMap,
+        CGenStyleGraphRun* run, const CGenGFContext& gfContext, float pos, const CGenNearestClavePatternInfos& infos) const;
+    CGenPatternModAndProb _RandomlyChooseFirstPattern(const CGenGeneratorParams& params, const CGenDrumMap* drumMap,
+        CGenStyleGraphRun* run, const CGenGFContext& gfContext, float pos, const CGenNearestClavePatternInfos& infos) const;
+    void _CreatePatternModAndProbsWithRelaxingObeyHistForCurrentPattern(const CGenGeneratorParams& params,
+        const CGenDrumMap* drumMap, CGenStyleGraphRun* run, const CGenGFContext& gfContext, size_t current,
+        const CGenPatternIxs& history, float pos, CGenPatternModAndProbs& list, float& closeness,
+        const CGenNearestClavePatternInfos& infos) const;
+    void _CreatePatternsModAndProbsDecideAboutHist(const CGenGeneratorParams& params, const CGenDrumMap* drumMap,
+        CGenStyleGraphRun* run, const CGenGFContext& gfContext, size_t current, const CGenPatternIxs& history, float pos,
+        CGenPatternModAndProbs& list, float& closeness, const CGenNearestClavePatternInfos& infos) const;
+    void _CreatePatternsModAndProbsObeyHistForCurrentPattern(const CGenGeneratorParams& params,
+        const CGenDrumMap* drumMap, CGenStyleGraphRun* run, const CGenGFContext& gfContext, size_t current,
+        const CGenPatternIxs& history, float pos, CGenPatternModAndProbs& list, float& closeness,
+        const CGenNearestClavePatternInfos& infos) const;
+    void _CreatePatternsModAndProbsWithoutHistFromAllPatterns(const CGenGeneratorParams& params,
+        const CGenDrumMap* drumMap, CGenStyleGraphRun* run, const CGenGFContext& gfContext, float pos,
+        CGenPatternModAndProbs& list, float& closeness, const CGenNearestClavePatternInfos& infos) const;
+    // The relaxed copies: the clave threshold of this layer, and the
+    // coordinate threshold; false when (a) does not apply.
+    bool _CreatePatternsModAndProbs_RelaxParamsCopyIfPossible_EvsClavePatternsDistHasToMatchLowerThanPercent(
+        const CGenGeneratorParams& params, CGenGeneratorParams& copy) const;
+    float _CreatePatternsModAndProbs_RelaxParamsCopy_PatternCoordPatternsDistExtHasToMatchLowerThanPercent(
+        const CGenGeneratorParams& params, CGenGeneratorParams& copy, float closeness) const;
+    // At most one candidate: the target at pos with its weight after the clave factor.
+    CGenPatternModAndProbs _CalcProbAndRulesForTargetPattern(const CGenGeneratorParams& params,
+        const CGenDrumMap* drumMap, size_t target, float prob, float pos, float& closeness,
+        const CGenNearestClavePatternInfos& infos) const;
+    float _CalcProbForTargetPatternPreRuleGraph(const CGenGeneratorParams& params, const CGenDrumMap* drumMap,
+        size_t target, float prob, float pos, const CGenNearestClavePatternInfos& infos) const;
+    void _ApplyStyleGraphToPatterns(CGenStyleGraphRun* run, float pos, CGenPatternModAndProbs& list,
+        const CGenNearestClavePatternInfos& infos) const;
+    // The invalid element: the end position, no weight, no position.
+    CGenPatternModAndProb _InvalidElement() const;
+    // Appends a relaxation message to the decision log.
+    void _LogRelaxation(const CGenGeneratorParams& params, float pos, const std::string& text) const;
+
     // Points at loaded libraries, owning them when the archive created them.
-    void _SetLoadedClaveLibs(CGenClaveLibs* libs);
+    void _SetLoadedClaveLibs(CGenClaveLibs* libs, bool createdByArchive);
 
     TGenPatternGraphBoost mGraph;
     TPatternGraphType mType;

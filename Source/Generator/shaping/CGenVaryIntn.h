@@ -80,6 +80,14 @@ public:
 
     bool operator==(const CGenVaryIntns& o) const { return static_cast<const TBase&>(*this) == static_cast<const TBase&>(o); }
 
+    // One empty variation named "Dummy": a library made from nothing.
+    void CreateDummy()
+    {
+        clear();
+        emplace_back();
+        back().mName = "Dummy";
+    }
+
     void TraceStream(std::ostream& os) const
     {
         os << "CGenVaryIntns size " << size();

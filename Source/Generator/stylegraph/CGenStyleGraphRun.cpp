@@ -2,6 +2,8 @@
 
 #include "Generator/CGenContext.h"
 #include "Generator/CGenRandom.h"
+#include "Generator/clave/CGenNearestClavePatternInfo.h"
+#include "Generator/stylegraph/CGenStyle.h"
 #include "Platform/ZKLog.h"
 
 namespace {
@@ -16,18 +18,27 @@ void LogModuleException(const std::string& key, const char* stage, const std::ex
 
 CGenStyleGraphRun::CGenStyleGraphRun(CGenContext& context, TPatternGraphType type) : mContext(context)
 {
-    _start(StyleGraphKeyForPatternGraphType(type));
+    _start(StyleGraphKeyForPatternGraphType(type), context.mStyle);
 }
 
 CGenStyleGraphRun::CGenStyleGraphRun(CGenContext& context, const std::string& styleGraphKey) : mContext(context)
 {
-    _start(styleGraphKey);
+    _start(styleGraphKey, context.mStyle);
 }
 
-void CGenStyleGraphRun::_start(const std::string& styleGraphKey)
+CGenStyleGraphRun::CGenStyleGraphRun(CGenContext& context, const CGenStyle* style, TPatternGraphType type)
+    : mContext(context)
+{
+    _start(StyleGraphKeyForPatternGraphType(type), style);
+}
+
+bool CGenStyleGraphRun::ModuleIsEmpty() const { return mModule && mModule->nodes().empty(); }
+
+void CGenStyleGraphRun::_start(const std::string& styleGraphKey, const CGenStyle* style)
 {
     mContext.mStyleGraphKey = styleGraphKey;
-    CGenGFModule* graph = mContext.StyleGraphForStyleGraphKey();
+    CGenGFModule* graph = (style && !styleGraphKey.empty()) ? style->StyleGraphs().StyleGraphForKey(styleGraphKey) : nullptr;
+    mModule = graph;
     if (!graph)
         return;
     // A graph without a consumer leaves nothing, not what an earlier graph left.
@@ -53,12 +64,15 @@ CGenStyleGraphRun::~CGenStyleGraphRun()
     }
 }
 
-void CGenStyleGraphRun::ApplyStyleGraphToPatterns(CGenPatternModAndProbs& list, float posRelToLeftBar)
+void CGenStyleGraphRun::ApplyStyleGraphToPatterns(CGenPatternModAndProbs& list, float posRelToLeftBar,
+    const CGenNearestClavePatternInfos* infos)
 {
     if (!mGraph || mGraph->nodes().empty())
         return;
     mContext.mInputPatterns = list;
     mContext.mGeneratePos = posRelToLeftBar;
+    if (infos)
+        mContext.mNearestClavePatternInfos = *infos;
     try {
         mGraph->executeSubModulesWithArguments(nullptr);
     } catch (const std::exception& e) {

@@ -8,6 +8,8 @@
 
 class CGenContext;
 class CGenRandom;
+class CGenStyle;
+class CGenNearestClavePatternInfos;
 
 // The caller's side of a style graph: how a layer hands candidates in and
 // takes one back.
@@ -27,16 +29,27 @@ public:
     // no graph for any other type).
     CGenStyleGraphRun(CGenContext& context, TPatternGraphType type);
     CGenStyleGraphRun(CGenContext& context, const std::string& styleGraphKey);
+    // The graph of a layer in `style` rather than in the context's style
+    // (none for a null style).
+    CGenStyleGraphRun(CGenContext& context, const CGenStyle* style, TPatternGraphType type);
     ~CGenStyleGraphRun();
     CGenStyleGraphRun(const CGenStyleGraphRun&) = delete;
     CGenStyleGraphRun& operator=(const CGenStyleGraphRun&) = delete;
 
     // The running graph, or null (no style, no such key, refused set-up).
     CGenGFModule* Graph() const { return mGraph; }
+    // The graph found for the key, whether or not its set-up succeeded.
+    CGenGFModule* Module() const { return mModule; }
+    // A graph exists for the key and holds no modules: the one case in which
+    // pattern choice relaxes its conditions when nothing is found.
+    bool ModuleIsEmpty() const;
 
     // One judging pass at `posRelToLeftBar`; the list is left alone without
     // a running graph or when the graph has no modules.
-    void ApplyStyleGraphToPatterns(CGenPatternModAndProbs& list, float posRelToLeftBar);
+    // The clave infos, when given, are what the modules see of the clave at
+    // that position.
+    void ApplyStyleGraphToPatterns(CGenPatternModAndProbs& list, float posRelToLeftBar,
+        const CGenNearestClavePatternInfos* infos = nullptr);
 
     struct TResult {
         // The chosen entries: all of them when the graph made the choice,
@@ -48,8 +61,9 @@ public:
     TResult ChooseResult(CGenPatternModAndProbs& list, CGenRandom& random) const;
 
 private:
-    void _start(const std::string& styleGraphKey);
+    void _start(const std::string& styleGraphKey, const CGenStyle* style);
 
     CGenContext& mContext;
+    CGenGFModule* mModule = nullptr;
     CGenGFModule* mGraph = nullptr;
 };

@@ -28,13 +28,10 @@ void CGenStyleGraphUtilities::iterateAllModulesInAllStylesWithBlock(const TBlock
     if (!mGenerator)
         return;
     for (CGenGenreLib& genre : mGenerator->GenreLibs())
-        for (CGenInstLib& lib : genre.mInstLibs) {
-            if (!lib.mStyles)
-                continue;
-            for (size_t i = 0; i < lib.mStyles->size(); ++i)
-                if (!iterateModulesInStylesWithIndexWithBlock(*lib.mStyles, i, block))
+        for (CGenInstLib& lib : genre.mInstLibs)
+            for (size_t i = 0; i < lib.mStyles.size(); ++i)
+                if (!iterateModulesInStylesWithIndexWithBlock(lib.mStyles, i, block))
                     return;
-        }
 }
 
 bool CGenStyleGraphUtilities::iterateModulesInStylesWithIndexWithBlock(CGenStyles& styles, size_t index,

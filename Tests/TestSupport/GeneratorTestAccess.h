@@ -1,0 +1,16 @@
+#pragma once
+
+#include "Generator/CGenGenerator.h"
+
+// The generator's stages are private; tests reach the ones they check one by
+// one through here.
+struct CGenGeneratorTestAccess {
+    static void TempoScalePost(CGenGenerator& g, CGenGeneratorParams& params, CGenEvsNameds& evs)
+    {
+        g._Generate_TempoScalePost(params, evs);
+    }
+    static void MergeAllEvsNameds(CGenGenerator& g, CGenEvsNameds& evs, float generateStartPosAbs)
+    {
+        g._Generate_MergeAllEvsNameds(evs, generateStartPosAbs);
+    }
+};
