@@ -189,11 +189,9 @@ void CGenCharContext::SetSignTimeTrafosForLayerBitmask(CGenBitmask layerBitmask,
 {
     if (!mContext)
         return;
-    CGenSignTimeTrafos& own = mContext->mSignTimeTrafos;
-    own.erase(std::remove_if(own.begin(), own.end(),
-                  [&](const CGenSignTimeTrafo& t) { return t.mLayerBitmask == layerBitmask; }),
-        own.end());
-    own.AppendForLayerBitmask(layerBitmask, trafos);
+    // Appended behind what is there: a look-up takes the first match, so
+    // what was set first for a layer keeps winning.
+    mContext->mSignTimeTrafos.AppendForLayerBitmask(layerBitmask, trafos);
 }
 
 bool CGenCharContext::SetSignTimeTrafosPresetForLayerBitmask(CGenBitmask layerBitmask, const std::string& presetName)

@@ -71,7 +71,8 @@ public:
     // The transformations of the current pattern graph, or, when it has none,
     // those set on the context; null without a context.
     const CGenSignTimeTrafos* SignTimeTrafosFromPatternGraphOrContext() const;
-    // Replaces the context's transformations of `layerBitmask` by copies of `trafos`.
+    // Appends copies of `trafos` for `layerBitmask` at the end of the
+    // context's transformations; earlier ones stay and win on look-up.
     void SetSignTimeTrafosForLayerBitmask(CGenBitmask layerBitmask, const CGenSignTimeTrafos& trafos);
     // The same with a preset ("DrumsAccents", "DrumsSystems", "DrumsBrushes",
     // "Bass"); false and no change for any other name.

@@ -123,7 +123,6 @@ private:
     void _Generate_Post_StoreGeneratorTestData() {}
     void _Generate_CopyBackUserEditedEvents() {}
 
-
     CGenGenreLibs mGenreLibs;
     TGenerateWhat mGenerateWhat = TGenerateWhat_PatternsOnly;
     uint32_t mClockSeed = 0;

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace {
 
 // A song in 4/4 for two bars, then 7/8 from position 8 (bar 3): bars start at
@@ -96,12 +98,25 @@ TEST(CGenCharContext, HarmonyLookupsAndTrafos)
     ASSERT_TRUE(song.cc.SetSignTimeTrafosPresetForLayerBitmask(CGenBitmask(1), "Bass"));
     const size_t bass = song.context.mSignTimeTrafos.size();
     EXPECT_GT(bass, 0u);
-    // Setting the same mask again replaces, another mask adds.
+    // Setting the same mask again appends behind; the first set keeps
+    // winning the look-up of its layer. Another mask appends too.
+    const size_t accents = CGenSignTimeTrafos(TGenInstType_Drums, TPatternGraphType_AccentFamily).size();
     ASSERT_TRUE(song.cc.SetSignTimeTrafosPresetForLayerBitmask(CGenBitmask(1), "DrumsAccents"));
-    EXPECT_EQ(song.context.mSignTimeTrafos.size(), CGenSignTimeTrafos(TGenInstType_Drums, TPatternGraphType_AccentFamily).size());
+    EXPECT_EQ(song.context.mSignTimeTrafos.size(), bass + accents);
+    // Every look-up of layer 0 that the accents' set could answer still
+    // finds an element of the bass set first, when the bass set has the pair.
+    const CGenSignTimeTrafos& own = song.context.mSignTimeTrafos;
+    for (size_t i = bass; i < own.size(); ++i) {
+        const auto found = own.FindTransformForLayerIxFromTo(0, own[i].mSource, own[i].mTarget);
+        ASSERT_NE(found, own.end());
+        const size_t at = static_cast<size_t>(found - own.begin());
+        const bool bassHasPair = std::any_of(own.begin(), own.begin() + static_cast<std::ptrdiff_t>(bass),
+            [&](const CGenSignTimeTrafo& t) { return t.mSource == own[i].mSource && t.mTarget == own[i].mTarget; });
+        EXPECT_EQ(at < bass, bassHasPair) << i;
+        EXPECT_LE(at, i);
+    }
     ASSERT_TRUE(song.cc.SetSignTimeTrafosPresetForLayerBitmask(CGenBitmask(2), "Bass"));
-    EXPECT_EQ(song.context.mSignTimeTrafos.size(),
-        CGenSignTimeTrafos(TGenInstType_Drums, TPatternGraphType_AccentFamily).size() + bass);
+    EXPECT_EQ(song.context.mSignTimeTrafos.size(), bass + accents + bass);
     for (const CGenSignTimeTrafo& t : song.context.mSignTimeTrafos)
         EXPECT_TRUE(t.mLayerBitmask == CGenBitmask(1) || t.mLayerBitmask == CGenBitmask(2));
 }

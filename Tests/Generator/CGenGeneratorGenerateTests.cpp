@@ -93,8 +93,9 @@ TEST(CGenGeneratorGenerate, MergedPerformanceIsSortedInsideTheRegionAndInGeneral
         // Relative to the region start.
         EXPECT_GE(out[i].mBeatPos, 0.0f);
         EXPECT_LT(out[i].mBeatPos, 16.0f);
-        if (i > 0)
+        if (i > 0) {
             EXPECT_LE(out[i - 1].mBeatPos, out[i].mBeatPos);
+        }
         notes.push_back(out[i].mMB1);
         // Drums on the tenth channel.
         EXPECT_EQ(out[i].mMB0, 0x99) << i;

@@ -64,6 +64,14 @@ void CGenClaveLinks::EraseAllClaveLinksFor(int ix)
     erase(std::remove_if(begin(), end(), [ix](const CGenClaveLink& l) { return l.mIxClavePattern == ix; }), end());
 }
 
+void CGenClaveLinks::RemoveClavePattern(int ix)
+{
+    EraseAllClaveLinksFor(ix);
+    for (CGenClaveLink& l : *this)
+        if (l.mIxClavePattern > ix)
+            --l.mIxClavePattern;
+}
+
 void CGenClaveLinks::TraceStream(std::ostream& os) const
 {
     os << "CGenClaveLinks size " << size();

@@ -58,6 +58,9 @@ public:
     bool MatchToIxClavePatternAllowed(int ix, int offset) const { return FindLinkFor(ix, offset) != end(); }
     // Removes every link to the clave pattern ix.
     void EraseAllClaveLinksFor(int ix);
+    // For the removal of clave pattern ix from its library: its links go,
+    // links to later patterns move down by one.
+    void RemoveClavePattern(int ix);
 
     bool operator==(const CGenClaveLinks& o) const { return static_cast<const TBase&>(*this) == static_cast<const TBase&>(o); }
 

@@ -92,6 +92,22 @@ const TCKCtr* CGenConvertCtrAndUid::_TCKCtrForEntry(const CGenInstTreeEntry* ent
     return it == mEntryCtrs.end() ? nullptr : it->second;
 }
 
+const std::vector<const TCKCtr*>& CGenConvertCtrAndUid::_CtrChainForEntry(const CGenInstTreeEntry* entry)
+{
+    auto it = mCtrChains.find(entry);
+    if (it != mCtrChains.end())
+        return it->second;
+    std::vector<const TCKCtr*> chain;
+    for (const CGenInstTreeEntry* cur = entry; cur != nullptr && !cur->mIsRootParent; cur = cur->mParent) {
+        const TCKCtr* t = _TCKCtrForEntry(cur);
+        // A path without a token, or a token without a value, adds nothing.
+        if (t == nullptr || !t->mCtr.IsValid() || t->mValue == kCKCtrValue_Undef || !t->mConvertToCtr)
+            continue;
+        chain.push_back(t);
+    }
+    return mCtrChains.emplace(entry, std::move(chain)).first->second;
+}
+
 const CGenInstTreeEntryCollection& CGenConvertCtrAndUid::_EntriesForUid(TInstTreeUid uid)
 {
     auto it = mEntriesForUid.find(uid);
@@ -116,10 +132,7 @@ void CGenConvertCtrAndUid::ConvertEvsWithUidToEvsWithCtr(const CGenEvs& in, CGen
 
 void CGenConvertCtrAndUid::CreateEvsWithCtrForEvWithUid(const CGenEv& ev, CGenEvs& out)
 {
-    mCollection.clear();
-    mTemplateEv = CGenEv();
-    mCollection = _EntriesForUid(ev.Uid());
-    _CreateEvsWithCtr(mCollection, ev, out);
+    _CreateEvsWithCtr(_EntriesForUid(ev.Uid()), ev, out);
 }
 
 void CGenConvertCtrAndUid::_CreateEvsWithCtr(const CGenInstTreeEntryCollection& collection, const CGenEv& ev, CGenEvs& out)
@@ -128,7 +141,7 @@ void CGenConvertCtrAndUid::_CreateEvsWithCtr(const CGenInstTreeEntryCollection& 
     out.clear();
     int channel = kChannel_None;
 
-    std::vector<CGenEv> evs;
+    std::vector<CGenEv>& evs = mScratchEvs;
     for (const CGenInstTreeEntry* entry : collection) {
         evs.clear();
         __CreateEvsWithCtr(entry, ev, evs, channel);
@@ -185,11 +198,7 @@ void CGenConvertCtrAndUid::__CreateEvsWithCtr(const CGenInstTreeEntry* entry, co
     int& channel)
 {
     const int sourceChannel = ev.Status() == 255 ? kChannel_None : ev.Channel();
-    for (const CGenInstTreeEntry* cur = entry; cur != nullptr && !cur->mIsRootParent; cur = cur->mParent) {
-        const TCKCtr* t = _TCKCtrForEntry(cur);
-        // A path without a token, or a token without a value, adds nothing.
-        if (t == nullptr || !t->mCtr.IsValid() || t->mValue == kCKCtrValue_Undef || !t->mConvertToCtr)
-            continue;
+    for (const TCKCtr* t : _CtrChainForEntry(entry)) {
         CKCtr ctr = t->mCtr;
         switch (ctr.mMidiValuePosition) {
         case TKCtrMidiValuePosition_StatusHighNibble:

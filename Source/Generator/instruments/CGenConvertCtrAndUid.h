@@ -6,6 +6,7 @@
 #include "Generator/instruments/CKCtr.h"
 
 #include <map>
+#include <unordered_map>
 #include <optional>
 #include <tuple>
 #include <vector>
@@ -65,6 +66,7 @@ private:
     using TInverseKey = std::tuple<int, int>; // note number, MB3
 
     const TCKCtr* _TCKCtrForEntry(const CGenInstTreeEntry* entry) const;
+    const std::vector<const TCKCtr*>& _CtrChainForEntry(const CGenInstTreeEntry* entry);
     const CGenInstTreeEntryCollection& _EntriesForUid(TInstTreeUid uid);
     void _CreateEvsWithCtr(const CGenInstTreeEntryCollection& collection, const CGenEv& ev, CGenEvs& out);
     void __CreateEvsWithCtr(const CGenInstTreeEntry* entry, const CGenEv& ev, std::vector<CGenEv>& evs, int& channel);
@@ -77,9 +79,12 @@ private:
     std::map<const CGenInstTreeEntry*, const TCKCtr*> mEntryCtrs;
     // Entries found per uid; a generation strikes few distinct uids.
     std::map<TInstTreeUid, CGenInstTreeEntryCollection> mEntriesForUid;
+    // The usable controller rows from an entry up to the root, the entry's
+    // first: worked out once per entry, since every event of a kit piece
+    // walks the same chain.
+    std::unordered_map<const CGenInstTreeEntry*, std::vector<const TCKCtr*>> mCtrChains;
     // Working state of one conversion.
-    CGenInstTreeEntryCollection mCollection;
-    CGenEv mTemplateEv;
+    std::vector<CGenEv> mScratchEvs;
     int mSums[3] = { 0, 0, 0 };
     std::map<TInverseKey, std::vector<TInverseCandidate>> mInverse;
     bool mInverseBuilt = false;

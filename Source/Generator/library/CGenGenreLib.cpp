@@ -147,13 +147,7 @@ void CGenGenreLib::RemoveClavePattern(int ix)
     family->SetSetInterestingPos8thOnOrOffBeat_and_CreateEvsAsBitsInBarToBestMatchingClaveIxTable();
     for (auto& l : mInstLibs)
         for (auto& g : l.mPatternGraphs)
-            for (size_t v = 0; v < g.PatternCount(); ++v) {
-                CGenClaveLinks& links = g.PatternRefAtIx(v).mClaveLinks;
-                links.EraseAllClaveLinksFor(ix);
-                for (CGenClaveLink& link : links)
-                    if (link.mIxClavePattern > ix)
-                        --link.mIxClavePattern;
-            }
+            g.RemoveClavePattern(ix);
 }
 
 bool CGenGenreLib::CheckContentSanity(const std::string& prefix, std::string& text) const

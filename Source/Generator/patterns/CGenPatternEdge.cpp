@@ -149,6 +149,12 @@ void CGenPatternEdge::EraseAllClaveLinksFor(int ixClavePattern)
         p.mClaveLinks.EraseAllClaveLinksFor(ixClavePattern);
 }
 
+void CGenPatternEdge::RemoveClavePattern(int ixClavePattern)
+{
+    for (CGenProbHist& p : mProbHists)
+        p.mClaveLinks.RemoveClavePattern(ixClavePattern);
+}
+
 void CGenPatternEdge::TraceStream(std::ostream& os) const
 {
     os << "CGenPatternEdge size " << mProbHists.size();

@@ -105,6 +105,7 @@ public:
 
     void EraseAllClaveLinks();
     void EraseAllClaveLinksFor(int ixClavePattern);
+    void RemoveClavePattern(int ixClavePattern);
 
     bool empty() const { return mProbHists.empty(); }
     size_t size() const { return mProbHists.size(); }

@@ -276,6 +276,14 @@ void CGenPatternGraphBoost::EraseAllClaveLinksFor(int ixClavePattern)
         mGraph[*it].EraseAllClaveLinksFor(ixClavePattern);
 }
 
+void CGenPatternGraphBoost::RemoveClavePattern(int ixClavePattern)
+{
+    for (TGenPatternVertex v = 0; v < PatternCount(); ++v)
+        mGraph[v].mClaveLinks.RemoveClavePattern(ixClavePattern);
+    for (auto [it, end] = boost::edges(mGraph); it != end; ++it)
+        mGraph[*it].RemoveClavePattern(ixClavePattern);
+}
+
 bool CGenPatternGraphBoost::CheckContentSanity(const std::string& prefix, std::string& report) const
 {
     return mPatternCoordConv.CheckContentSanity(prefix + std::to_string(static_cast<int>(mType)) + " ", report);

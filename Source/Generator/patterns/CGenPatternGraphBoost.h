@@ -246,6 +246,8 @@ public:
     // Clave links of all patterns and edge entries.
     void EraseAllClaveLinks();
     void EraseAllClaveLinksFor(int ixClavePattern);
+    // Links of patterns and edges after clave pattern ix left its library.
+    void RemoveClavePattern(int ixClavePattern);
 
     // Appends the layer and a blank to the prefix and checks the coordinate
     // conversion; false on a fault.

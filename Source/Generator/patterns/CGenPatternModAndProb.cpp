@@ -21,7 +21,7 @@ CGenPatternModAndProb::CGenPatternModAndProb(CGenPatternGraphBoost* graph, float
     : mBeatPosAbs(beatPosAbs), mItPattern(graph ? graph->PatternCount() : kItPattern_None), mPatternGraph(graph),
       mModified(true), mPatternGraphType(graph ? graph->PatternGraphType() : TPatternGraphType_Undef)
 {
-    mModifiedPattern.mEvs = evs;
+    mModifiedPattern.Mutable().mEvs = evs;
 }
 
 CGenPatternModAndProb::CGenPatternModAndProb(std::shared_ptr<CGenPatterns> pool, uint64_t poolIx, float beatPosAbs,
@@ -67,10 +67,10 @@ const CGenPattern& CGenPatternModAndProb::OriginalPattern() const
 CGenPattern& CGenPatternModAndProb::PatternToBeModified()
 {
     if (!mModified) {
-        mModifiedPattern = OriginalPattern();
+        mModifiedPattern.Mutable() = OriginalPattern();
         mModified = true;
     }
-    return mModifiedPattern;
+    return mModifiedPattern.Mutable();
 }
 
 bool CGenPatternModAndProb::HasValidPattern() const
@@ -143,7 +143,7 @@ void CGenPatternModAndProb::TraceStream(std::ostream& os) const
     PrintValue(os, p.mTempoBPMRange.mMax);
     os << ")";
     if (mModified)
-        os << " Modified " << mModifiedPattern;
+        os << " Modified " << mModifiedPattern.Read();
 }
 
 std::ostream& operator<<(std::ostream& os, const CGenPatternModAndProb& el)

@@ -13,6 +13,46 @@
 
 class CGenPatternGraphBoost;
 
+namespace zkgen {
+
+// A value on the heap that is copied with its owner and is absent until the
+// first write, so that owners holding nothing copy at the price of a pointer.
+template <class T>
+class TDeepCopyPtr {
+public:
+    TDeepCopyPtr() = default;
+    explicit TDeepCopyPtr(const T& v) : mPtr(std::make_unique<T>(v)) {}
+    TDeepCopyPtr(const TDeepCopyPtr& o) : mPtr(o.mPtr ? std::make_unique<T>(*o.mPtr) : nullptr) {}
+    TDeepCopyPtr(TDeepCopyPtr&&) noexcept = default;
+    TDeepCopyPtr& operator=(const TDeepCopyPtr& o)
+    {
+        if (this != &o)
+            mPtr = o.mPtr ? std::make_unique<T>(*o.mPtr) : nullptr;
+        return *this;
+    }
+    TDeepCopyPtr& operator=(TDeepCopyPtr&&) noexcept = default;
+
+    // The value, made empty on first use.
+    T& Mutable()
+    {
+        if (!mPtr)
+            mPtr = std::make_unique<T>();
+        return *mPtr;
+    }
+    // The value, or a shared empty one while absent.
+    const T& Read() const
+    {
+        static const T kEmpty;
+        return mPtr ? *mPtr : kEmpty;
+    }
+    bool operator==(const TDeepCopyPtr& o) const { return Read() == o.Read(); }
+
+private:
+    std::unique_ptr<T> mPtr;
+};
+
+} // namespace zkgen
+
 // One candidate or one chosen pattern: a pattern at a position with a
 // weight. It refers to its original (a graph vertex or a pool pattern) until
 // the first write, then owns a private, modified copy and never goes back.
@@ -34,7 +74,8 @@ public:
     CGenLayerBitmaskAndBPRanges mOverlayLayerBitmaskAndBPRanges;
     uint64_t mItPattern = kItPattern_None;
     CGenPatternGraphBoost* mPatternGraph = nullptr;
-    CGenPattern mModifiedPattern;
+    // The private copy; candidates that were never written carry none.
+    zkgen::TDeepCopyPtr<CGenPattern> mModifiedPattern;
     bool mModified = false;
     TPatternGraphType mPatternGraphType = TPatternGraphType_Undef;
     bool mIsPatternPoolPattern = false;
@@ -60,17 +101,17 @@ public:
     // The referenced pattern; a shared empty pattern for an index out of
     // range or a missing owner.
     const CGenPattern& OriginalPattern() const;
-    const CGenPattern& PatternToBeRead() const { return mModified ? mModifiedPattern : OriginalPattern(); }
+    const CGenPattern& PatternToBeRead() const { return mModified ? mModifiedPattern.Read() : OriginalPattern(); }
     // Copies the original on first use.
     CGenPattern& PatternToBeModified();
     // Takes over the private copy without copying: the caller writes a new pattern.
     CGenPattern& NewPatternToBeModified()
     {
         mModified = true;
-        return mModifiedPattern;
+        return mModifiedPattern.Mutable();
     }
 
-    const CGenPattern& ModifiedPattern() const { return mModifiedPattern; }
+    const CGenPattern& ModifiedPattern() const { return mModifiedPattern.Read(); }
     bool PatternIsModified() const { return mModified; }
     uint64_t ItPattern() const { return mItPattern; }
     TPatternGraphType PatternGraphType() const { return mPatternGraphType; }

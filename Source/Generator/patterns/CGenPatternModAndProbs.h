@@ -9,6 +9,7 @@
 #include "Generator/patterns/GenFindEvAcrossEls.h"
 #include "Generator/timesig/CGenSignTimeTrafos.h"
 
+#include <functional>
 #include <map>
 #include <ostream>
 #include <string>
@@ -196,13 +197,15 @@ public:
     void EraseAllPatternsThatNotMatchedLastFilter();
 
     // Signature transformation into the song's metre, once: each element
-    // (but fills, elements without layer and elements without position)
-    // through the transformations of its layer's graph, from the pattern's
-    // metre to the metre in force at its position. Nothing without params or
-    // library, or when already in Target; afterwards the list is in Target.
+    // (but fills and elements without position) from the pattern's metre to
+    // the metre in force at its position. An element that begins inside a
+    // bar (a pickup) is transformed from that bar's start and moved back.
+    // Nothing without params or transformations, or when already in Target;
+    // afterwards the list is in Target.
+    // Here each element goes through its layer's graph in the library
+    // (elements without layer are skipped)...
     void ApplySignTimeTrafo(const CGenGeneratorParams* params, const CGenInstLib* instLib, TTransformBeatPosAbs mode);
-    // The same with explicit transformations; an element that begins inside
-    // a bar is transformed from that bar's start. Fills are skipped.
+    // ...and here every element through the same transformations.
     void ApplySignTimeTrafo(const CGenGeneratorParams* params, const CGenSignTimeTrafos* trafos,
         TTransformBeatPosAbs mode);
     // Copies each defined target position to mBeatPosAbs, unless the list is
@@ -223,6 +226,9 @@ private:
     iterator _InsertAtBeatPos(const CGenEv& ev, bool adjustLength);
     // The chosen element and the report text of a choice.
     std::string _CreateReport(const_iterator chosen, float r) const;
+    // The one walk of both transformation forms; a null answer skips the element.
+    void _ApplySignTimeTrafo(const CGenGeneratorParams* params, TTransformBeatPosAbs mode,
+        const std::function<const CGenSignTimeTrafos*(TPatternGraphType)>& trafosForType);
 };
 
 // The patterns of all layers of one generation, by layer.

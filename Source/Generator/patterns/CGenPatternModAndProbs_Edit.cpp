@@ -228,39 +228,43 @@ void CGenPatternModAndProbs::EraseMaskedNotes(const CGenPatternModAndProbs& mask
 void CGenPatternModAndProbs::ApplySignTimeTrafo(const CGenGeneratorParams* params, const CGenInstLib* instLib,
     TTransformBeatPosAbs mode)
 {
-    if (!params || !instLib || mSTDefaultOrTarget == TSTDefaultOrTarget::Target)
+    if (!instLib)
         return;
-    if (mode == TTransformBeatPosAbs_ToSTTarget)
-        CopySTTargetToBeatPosAbs(*this);
-    for (CGenPatternModAndProb& el : *this) {
-        const TPatternGraphType type = el.mPatternGraphType;
-        if (type == TPatternGraphType_Fill || type == TPatternGraphType_Undef || GenIsUndef(el.mBeatPosAbs))
-            continue;
-        auto signTime = params->mEvsSignTime.FindSignTimeAtOrBefore(el.mBeatPosAbs);
-        if (signTime == params->mEvsSignTime.end())
-            continue;
-        CGenPattern& pattern = el.PatternToBeModified();
-        instLib->PatternGraph(type).SignTimeTrafos().TransformFromTo(pattern.mSignTime, signTime->SignTime(),
-            pattern.mEvs, TTransformEvsLength_Transform, CGenSignTime_Default44);
-    }
-    mSTDefaultOrTarget = TSTDefaultOrTarget::Target;
+    // Each layer through its own graph's transformations; a layerless
+    // element has no graph.
+    _ApplySignTimeTrafo(params, mode, [instLib](TPatternGraphType type) -> const CGenSignTimeTrafos* {
+        return type == TPatternGraphType_Undef ? nullptr : &instLib->PatternGraph(type).SignTimeTrafos();
+    });
 }
 
 void CGenPatternModAndProbs::ApplySignTimeTrafo(const CGenGeneratorParams* params, const CGenSignTimeTrafos* trafos,
     TTransformBeatPosAbs mode)
 {
-    if (!params || !trafos || mSTDefaultOrTarget == TSTDefaultOrTarget::Target)
+    if (!trafos)
+        return;
+    _ApplySignTimeTrafo(params, mode, [trafos](TPatternGraphType) { return trafos; });
+}
+
+void CGenPatternModAndProbs::_ApplySignTimeTrafo(const CGenGeneratorParams* params, TTransformBeatPosAbs mode,
+    const std::function<const CGenSignTimeTrafos*(TPatternGraphType)>& trafosForType)
+{
+    if (!params || mSTDefaultOrTarget == TSTDefaultOrTarget::Target)
         return;
     if (mode == TTransformBeatPosAbs_ToSTTarget)
         CopySTTargetToBeatPosAbs(*this);
     const CGenEvsSignTime& signTimes = params->mEvsSignTime;
     for (CGenPatternModAndProb& el : *this) {
+        // Fills keep their metre: they are cut to fit where they land.
         if (el.mPatternGraphType == TPatternGraphType_Fill || GenIsUndef(el.mBeatPosAbs))
+            continue;
+        const CGenSignTimeTrafos* trafos = trafosForType(el.mPatternGraphType);
+        if (!trafos)
             continue;
         auto signTime = signTimes.FindSignTimeAtOrBefore(el.mBeatPosAbs);
         if (signTime == signTimes.end())
             continue;
-        // A pickup is transformed from the start of its bar, then moved back.
+        // A pickup is transformed from the start of its bar, then moved back,
+        // so that its events keep their place in the bar.
         const float barStart = signTimes.FindBarStartPos(el.mBeatPosAbs, 4);
         const float d = GenIsDef(barStart) ? el.mBeatPosAbs - barStart : 0.0f;
         CGenPattern& pattern = el.PatternToBeModified();

@@ -1,5 +1,7 @@
 #include "Generator/stylegraph/CGenGFModule.h"
 
+#include <exception>
+
 #include "Generator/CGenContext.h"
 #include "Generator/stylegraph/CGenGFNodeManager.h"
 
@@ -171,9 +173,28 @@ void CGenGFModule::_cleanup()
 {
     if (!mContext)
         ZKGFThrowException(ZKGFExceptionKind_Generic, "Patch is not running");
-    for (const TNodeEntry& e : nodes())
-        static_cast<CGenGFModule&>(*e.mNode)._cleanup();
-    cleanup(*mContext);
+    // Whatever a module's clean-up throws, every other module is cleaned up
+    // and this one leaves the running state, so the graph can run again; the
+    // first exception is passed on at the end.
+    std::exception_ptr first;
+    for (const TNodeEntry& e : nodes()) {
+        auto& sub = static_cast<CGenGFModule&>(*e.mNode);
+        // A module added while the graph ran was never set up.
+        if (!sub.isRunning())
+            continue;
+        try {
+            sub._cleanup();
+        } catch (...) {
+            if (!first)
+                first = std::current_exception();
+        }
+    }
+    try {
+        cleanup(*mContext);
+    } catch (...) {
+        if (!first)
+            first = std::current_exception();
+    }
     for (const auto& port : inputPorts()) {
         auto& p = static_cast<CGenGFPort&>(*port);
         if (p.IsVirtual() && p.connectedPort())
@@ -185,6 +206,8 @@ void CGenGFModule::_cleanup()
             p.setRawValue(ZKGFValue());
     }
     mContext.reset();
+    if (first)
+        std::rethrow_exception(first);
 }
 
 bool CGenGFModule::restart()

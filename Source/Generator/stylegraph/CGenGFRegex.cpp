@@ -28,6 +28,7 @@ void CGenGFRegex::_free()
     if (mCompiledValid)
         regfree(&mCompiled);
     mCompiledValid = false;
+    mMatchCache.clear();
 }
 
 void CGenGFRegex::setRegexString(const std::string& text)
@@ -59,7 +60,17 @@ std::string CGenGFRegex::regexErrorCString() const
 
 bool CGenGFRegex::doesMatchCString(const char* text) const
 {
-    return mCompiledValid && text && regexec(&mCompiled, text, 0, nullptr, 0) == 0;
+    if (!mCompiledValid || !text)
+        return false;
+    // Filters ask about the same few pattern names at every bar.
+    std::string_view key(text);
+    if (const auto it = mMatchCache.find(key); it != mMatchCache.end())
+        return it->second;
+    const bool match = regexec(&mCompiled, text, 0, nullptr, 0) == 0;
+    if (mMatchCache.size() >= kMatchCacheLimit)
+        mMatchCache.clear();
+    mMatchCache.emplace(std::string(key), match);
+    return match;
 }
 
 std::unique_ptr<ZKCoding> CGenGFRegex::DecodeWithCoder(const TGenDict& coder, const ZKCodingClassRegistry&, std::string*)

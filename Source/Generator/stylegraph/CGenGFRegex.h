@@ -5,6 +5,8 @@
 #include <regex.h>
 
 #include <string>
+#include <string_view>
+#include <unordered_map>
 
 // A POSIX extended regular expression (case-sensitive, no capture) as a
 // value object of a module's state. It compiles when its text changes; an
@@ -46,6 +48,15 @@ public:
 private:
     void _compile();
     void _free();
+
+    // Answers for texts already asked about, forgotten with the expression;
+    // bounded, since the texts come from content.
+    struct TTextHash {
+        using is_transparent = void;
+        size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+    };
+    static constexpr size_t kMatchCacheLimit = 4096;
+    mutable std::unordered_map<std::string, bool, TTextHash, std::equal_to<>> mMatchCache;
 
     std::string mText;
     regex_t mCompiled {};

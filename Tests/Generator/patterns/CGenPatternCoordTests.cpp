@@ -133,6 +133,24 @@ TEST(CGenPatternCoord, ClosenessAndVarianceStrategies)
     EXPECT_FLOAT_EQ(ProbFactorForClosenessAndVariance(12, 0.6f, 0.5f), 1.0f);
     // Strategy 0 is limited to 1.
     EXPECT_FLOAT_EQ(ProbFactorForClosenessAndVariance(0, 0.9f, 0.9f), 1.0f);
+    // 3 is 2 with the zero-variance rejection of 1: sqrt(0.8 * 0.36 * 2) = 0.7589466.
+    EXPECT_NEAR(ProbFactorForClosenessAndVariance(3, 0.6f, 0.6f), 0.7589466f, 1e-6);
+    EXPECT_FLOAT_EQ(ProbFactorForClosenessAndVariance(3, 0.5f, 0.0f), 0.0f);
+    EXPECT_FLOAT_EQ(ProbFactorForClosenessAndVariance(2, 0.5f, 0.0f), 0.0f); // d 0.5 > b 0
+    // 8: b - d^10 = 0.5 - 0.2^10 = 0.4999999.
+    EXPECT_NEAR(ProbFactorForClosenessAndVariance(8, 0.8f, 0.5f), 0.4999999f, 1e-6);
+    // 10 and 11: (0.7^16 + 0.5^16) = 0.0033385519, to the 1/8 = 0.4902807,
+    // to the 1/4 = 0.2403751.
+    EXPECT_NEAR(ProbFactorForClosenessAndVariance(10, 0.7f, 0.5f), 0.4902807f, 1e-6);
+    EXPECT_NEAR(ProbFactorForClosenessAndVariance(11, 0.7f, 0.5f), 0.2403751f, 1e-6);
+    // 9 to 11 skip the early 1 and still reject and cap.
+    EXPECT_FLOAT_EQ(ProbFactorForClosenessAndVariance(10, 0.4f, 0.5f), 0.0f);
+    EXPECT_FLOAT_EQ(ProbFactorForClosenessAndVariance(11, 1.0f, 0.5f), 1.0f);
+    EXPECT_FLOAT_EQ(ProbFactorForClosenessAndVariance(9, 0.3f, 1.0f), 1.0f); // (0.3^16 + 1)^(1/16) capped
+    // 4 is 1 once the rejection passed; 1 rejects a zero variance.
+    EXPECT_FLOAT_EQ(ProbFactorForClosenessAndVariance(4, 0.8f, 0.5f), 1.0f);
+    EXPECT_FLOAT_EQ(ProbFactorForClosenessAndVariance(4, 0.4f, 0.5f), 0.0f);
+    EXPECT_NEAR(ProbFactorForClosenessAndVariance(1, 0.6f, 0.5f), 0.7810250f, 1e-6); // sqrt(0.36 + 0.25)
 }
 
 TEST(CGenPatternCoord, RatingAgainstTheWantedCoordinate)

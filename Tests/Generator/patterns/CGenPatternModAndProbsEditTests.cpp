@@ -356,3 +356,40 @@ TEST(CGenPatternModAndProbsEdit, ExplicitTransformationsStartAPickupAtItsBar)
     EXPECT_FLOAT_EQ(moved[0].mBeatPosAbs, 6.0f);
     EXPECT_EQ(moved.STDefaultOrTarget(), TSTDefaultOrTarget::Default);
 }
+
+TEST(CGenPatternModAndProbsEdit, TheGeneratorsTransformationStartsAPickupAtItsBarToo)
+{
+    // The generator transforms through the library's graphs; a pattern that
+    // starts one beat into a 7/8 bar is a pickup there as well.
+    CGenInstLib lib(TGenInstType_Drums);
+    CGenPatternGraphBoost& accents = lib.PatternGraph(TPatternGraphType_AccentFamily);
+    CGenEvs evs(3.0f);
+    for (float p : {0.0f, 1.0f, 2.5f})
+        evs.push_back(Note(p));
+    accents.AddPattern(CGenPattern("pickup", evs));
+    CGenGeneratorParams params;
+    params.mEvsSignTime.InsertAtCorrectBeatPos(CGenEvSignTime(0.0f, CGenSignTime(7, 3)));
+    CGenPatternModAndProbs list;
+    list.push_back(CGenPatternModAndProb(&accents, 0, 10.0f, 1.0f));
+    list.ApplySignTimeTrafo(&params, &lib, TTransformBeatPosAbs_Keep);
+
+    // Events at 0, 1, 2.5 of the element are 1, 2, 3.5 of its bar: the bar
+    // is transformed from its start, then the element moves back by 1.
+    CGenEvs expected = evs;
+    for (CGenEv& ev : expected)
+        ev.mBeatPos += 1.0f;
+    expected.mLength += 1.0f;
+    accents.SignTimeTrafos().TransformFromTo(CGenSignTime(4, 2), CGenSignTime(7, 3), expected,
+        TTransformEvsLength_Transform);
+    for (CGenEv& ev : expected)
+        ev.mBeatPos -= 1.0f;
+    expected.mLength -= 1.0f;
+    // Transformed as if it started the bar, the last event would land elsewhere.
+    CGenEvs asBarStart = evs;
+    accents.SignTimeTrafos().TransformFromTo(CGenSignTime(4, 2), CGenSignTime(7, 3), asBarStart,
+        TTransformEvsLength_Transform);
+    ASSERT_NE(EvPositions(expected), EvPositions(asBarStart));
+    EXPECT_FLOAT_EQ(list[0].mBeatPosAbs, 1.0f);
+    EXPECT_EQ(EvPositions(list[0].PatternToBeRead().mEvs), EvPositions(expected));
+    EXPECT_FLOAT_EQ(list[0].Length(), expected.mLength);
+}

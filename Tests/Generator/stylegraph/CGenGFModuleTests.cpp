@@ -190,6 +190,25 @@ TEST(CGenGFModuleRun, CleanupAndRestart)
     c.root._cleanup();
 }
 
+TEST(CGenGFModuleRun, CleanupAfterAModuleJoinedTheRunningGraphLeavesItRunnable)
+{
+    Chain c;
+    ASSERT_TRUE(c.root._setup(c.context));
+    // Added while the graph runs: it was never set up.
+    TestSink* late = AddModule<TestSink>(c.root, "late");
+    EXPECT_FALSE(late->isRunning());
+    EXPECT_EQ(ExceptionText([&] { c.root._cleanup(); }), "");
+    EXPECT_FALSE(c.root.isRunning());
+    EXPECT_FALSE(c.sink->isRunning());
+    EXPECT_EQ(late->mCleanups, 0);
+    // The next run sets up every module, the late one included.
+    ASSERT_TRUE(c.root._setup(c.context));
+    EXPECT_TRUE(late->isRunning());
+    EXPECT_EQ(late->mSetups, 1);
+    c.root._cleanup();
+    EXPECT_FALSE(c.root.isRunning());
+}
+
 TEST(CGenGFModuleRun, PublishedOutputPullsItsModule)
 {
     // A container publishes the doubler's output; a sink outside pulls it.
