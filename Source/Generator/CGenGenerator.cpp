@@ -225,6 +225,19 @@ void CGenGenerator::_Generate_CreateEvsClaveIxPatternHist(CGenGeneratorParams& p
         CreateEvsClaveIxPatternHist(params, genreLib->mClaveLibs, leftBarPos, endPos);
 }
 
+void CGenGenerator::_Generate_CreateEvsClaveIxPatternHist(CGenGeneratorParams& params, CGenGenreLib* genreLib)
+{
+    if (genreLib)
+        CreateEvsClaveIxPatternHist(params, genreLib->mClaveLibs);
+}
+
+void CGenGenerator::_Generate_FillMissingPartsOfAllEvsClaveClosestIxPatternHist(CGenGeneratorParams& params,
+    CGenGenreLib* genreLib)
+{
+    if (genreLib)
+        FillMissingPartsOfAllEvsClaveClosestIxPatternHist(params, genreLib->mClaveLibs);
+}
+
 void CGenGenerator::_Generate_AllPatternGraphs(TGenerateWhat what, TRandomSeedMode seedMode)
 {
     if (static_cast<int>(what) > static_cast<int>(TGenerateWhat_RenderOnly))
@@ -576,7 +589,18 @@ void CGenGenerator::ClearCaches()
 }
 
 void CGenGenerator::ClearLuaStateCache() {}
-void CGenGenerator::ClearClaveCaches() {}
+void CGenGenerator::ClearClaveCaches()
+{
+    if (mClaveCaches)
+        mClaveCaches->ClearForAllKeys();
+}
+
+CGenClaveCaches& CGenGenerator::ClaveCaches()
+{
+    if (!mClaveCaches)
+        mClaveCaches = std::make_unique<CGenClaveCaches>();
+    return *mClaveCaches;
+}
 
 void CGenGenerator::PurgeStylesForWhichBlockReturnsYes(const std::function<bool(const CGenStyle&)>& block)
 {

@@ -4,6 +4,7 @@
 #include "Generator/CGenGeneratorKeys.h"
 #include "Generator/CGenGeneratorParams.h"
 #include "Generator/CGenTypes.h"
+#include "Generator/clave/CGenNearestClavePatternInfo.h"
 #include "Generator/library/CGenGenreLibs.h"
 #include "Generator/stylegraph/CGenGFModule.h"
 #include "Platform/TGenDict.h"
@@ -71,6 +72,8 @@ public:
     void ClearCaches();
     void ClearLuaStateCache();
     void ClearClaveCaches();
+    // The caches of filtered clave lists, made on first use.
+    CGenClaveCaches& ClaveCaches();
     void PurgeStylesForWhichBlockReturnsYes(const std::function<bool(const CGenStyle&)>& block);
 
     CGenGenreLibs& GenreLibs() { return mGenreLibs; }
@@ -96,6 +99,9 @@ private:
     bool _Generate_LuaScript_Setup();
     void _Generate_ConvertPatternCoordExtToInt(CGenGeneratorParams& params, const CGenInstLib* instLib);
     void _Generate_CreateEvsClaveIxPatternHist(CGenGeneratorParams& params, CGenGenreLib* genreLib, float leftBarPos, float endPos);
+    void _Generate_CreateEvsClaveIxPatternHist(CGenGeneratorParams& params, CGenGenreLib* genreLib);
+    // Stands ready; no stage calls it.
+    void _Generate_FillMissingPartsOfAllEvsClaveClosestIxPatternHist(CGenGeneratorParams& params, CGenGenreLib* genreLib);
     void _Generate_Memento_Setup(TGenDict* memento);
     void _Generate_Memento_InitAllSeeds(int seed);
     void _Generate_AllPatternGraphs(TGenerateWhat what, TRandomSeedMode seedMode);
@@ -127,6 +133,8 @@ private:
     TGenerateWhat mGenerateWhat = TGenerateWhat_PatternsOnly;
     uint32_t mClockSeed = 0;
     std::unique_ptr<GenerateRuntimeData> mRuntimeData;
+    // Filtered clave lists that scripts asked for; made on first use.
+    std::unique_ptr<CGenClaveCaches> mClaveCaches;
     double mLoadTime1 = 1.0;
     double mLoadTime2 = 1.0;
 

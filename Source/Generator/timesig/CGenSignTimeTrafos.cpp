@@ -56,7 +56,9 @@ void CGenSignTimeTrafo::Transform(CGenEvs& evs) const
 
 void CGenSignTimeTrafo::Transform(CGenRange<float>& range) const
 {
-    if (IsUntouchableRange(range))
+    // Without steps nothing moves; the bar walk below would cost a step per
+    // bar of the song for nothing.
+    if (IsUntouchableRange(range) || mSteps.empty())
         return;
     if (mSource.IsUndef()) {
         for (const auto& step : mSteps)
@@ -75,7 +77,7 @@ void CGenSignTimeTrafo::Transform(CGenRange<float>& range) const
 
 void CGenSignTimeTrafo::InverseTransform(CGenRange<float>& range) const
 {
-    if (IsUntouchableRange(range))
+    if (IsUntouchableRange(range) || mSteps.empty())
         return;
     if (mSource.IsUndef()) {
         for (auto it = mSteps.rbegin(); it != mSteps.rend(); ++it)

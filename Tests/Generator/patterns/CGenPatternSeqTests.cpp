@@ -1,6 +1,7 @@
 // Whole generations over small libraries built here: which patterns a layer
 // chooses, where they go, and what comes out.
 #include "Generator/CGenGenerator.h"
+#include "Generator/clave/CGenClaveIxPatternHist.h"
 #include "Generator/instruments/CGenInstTree.h"
 #include "Generator/instruments/CGenInstTreeUid.h"
 #include "Generator/stylegraph/CGenGFModuleFilterPatternName.h"
@@ -255,4 +256,46 @@ TEST(CGenPatternSeq, NoStyleGraphMeansNoRelaxation)
     // Bar 2 finds nothing and stays silent; nothing is logged.
     EXPECT_EQ(Names(evs), (TNames {"A"}));
     EXPECT_TRUE(d.mLastDecisionLog.empty());
+}
+
+TEST(CGenPatternSeq, ClaveRejectionRelaxesFromTheClaveThresholdOn)
+{
+    SmallDrummer d;
+    CGenGenreLib& genre = *d.generator.GenreLibs().FindGenreLib(kDefaultGenre);
+    CGenClaveLib family("Family");
+    CGenEvsClave clavePattern(4.0f);
+    clavePattern.push_back(CGenEvClave(0.0f, 100));
+    family.push_back(CGenClavePattern("one", clavePattern));
+    genre.mClaveLibs.push_back(family);
+    CGenPatternGraphBoost& g = d.Graph();
+    // A fits the clave fully at its start; B has no link at all.
+    CGenPattern a = Bar("A", 1.0f);
+    a.mClaveLinks.push_back(CGenClaveLink(0, 0, 100));
+    g.AddPattern(a);
+    g.AddPattern(Bar("B", 1.5f));
+    g.AddEdge(0, 1, CGenPatternEdge(CGenProbHist(100.0f)));
+    d.Style().StyleGraphs().SetStyleGraphForKey(std::make_unique<CGenGFModule>(), kStyleGraphKey_AccentFam);
+
+    CGenGeneratorParams p = Region(0.0f, 8.0f);
+    p.mEdgesAndHistory_Active = true;
+    p.mStartIxPattern = 0;
+    p.mEvsClave_PrototypeClaveTrackEnabled = true;
+    p.mEvsClave = clavePattern;
+    // The host's timetable: the one clave pattern in every bar.
+    p.mParamsClave.mClaveRecalcOnGenerate = kClaveRecalcOnGenerate_UseStored;
+    p.mEvsClaveClosestIxPatternHistForName["Family"] = {{0.0f, 0}, {4.0f, 0}};
+    TGenDict memento;
+    const CGenEvsNameds evs = d.Run(p, memento);
+    // Bar 1: A forced at 50 * F(9, match 1, variance 1 - 1) = 50 * 1.
+    // Bar 2 from A: B has no link, match 0: 1 - 0 > 0 rejects it. (a)
+    // repeats with min(1, max(1 / 1.4, 1) * 1) = 1, the same threshold; (c)
+    // finds nothing; (d) takes the vertices with out-edges, and only A
+    // passes the clave (at 4 + 0, relative position 0 into the clave).
+    EXPECT_EQ(Names(evs), (TNames {"A", "A"}));
+    ASSERT_EQ(d.mLastDecisionLog.size(), 3u);
+    EXPECT_EQ(d.mLastDecisionLog[0],
+        "0 at generatePosRelToLeftBar 4: Not enough training data (a)! Try with relaxed "
+        "EvsClavePatternsDistHasToMatchLowerThanPercent");
+    EXPECT_EQ(d.mLastDecisionLog[1].rfind("0 at generatePosRelToLeftBar 4: Not enough training data (c)!", 0), 0u);
+    EXPECT_EQ(d.mLastDecisionLog[2].rfind("0 at generatePosRelToLeftBar 4: Not enough training data (d)!", 0), 0u);
 }
