@@ -3,6 +3,7 @@
 #include "Generator/CGenAssert.h"
 
 #include <algorithm>
+#include <exception>
 
 
 namespace zkgen {
@@ -13,13 +14,28 @@ namespace {
 thread_local TArchiveCreatedClaveLibsScope* tInnermostScope = nullptr;
 } // namespace
 
-TArchiveCreatedClaveLibsScope::TArchiveCreatedClaveLibsScope() : mOuter(tInnermostScope) { tInnermostScope = this; }
-
-TArchiveCreatedClaveLibsScope::~TArchiveCreatedClaveLibsScope() { tInnermostScope = mOuter; }
-
-bool TArchiveCreatedClaveLibsScope::Created(const CGenClaveLibs* libs) const
+TArchiveCreatedClaveLibsScope::TArchiveCreatedClaveLibsScope()
+    : mOuter(tInnermostScope), mUncaughtAtStart(std::uncaught_exceptions())
 {
-    return libs && std::find(mCreated.begin(), mCreated.end(), libs) != mCreated.end();
+    tInnermostScope = this;
+}
+
+TArchiveCreatedClaveLibsScope::~TArchiveCreatedClaveLibsScope()
+{
+    tInnermostScope = mOuter;
+    // Only a read that failed leaves libraries nobody took.
+    if (std::uncaught_exceptions() > mUncaughtAtStart)
+        for (const CGenClaveLibs* libs : mCreated)
+            delete libs;
+}
+
+bool TArchiveCreatedClaveLibsScope::Take(const CGenClaveLibs* libs)
+{
+    const auto it = libs ? std::find(mCreated.begin(), mCreated.end(), libs) : mCreated.end();
+    if (it == mCreated.end())
+        return false;
+    mCreated.erase(it);
+    return true;
 }
 
 void TArchiveCreatedClaveLibsScope::Note(const CGenClaveLibs* libs)

@@ -45,10 +45,12 @@ namespace zkgen {
 
 // Clave libraries that an archive created while a graph read its pointer
 // (rather than pointing it at libraries read earlier in the same archive).
-// A scope lives exactly as long as the read of one pointer: the graph asks it
-// whether the archive made the libraries and takes them over, and whatever
-// happens (a truncated or damaged archive throws half-way), the scope's end
-// forgets every address it saw, so no address outlives the read.
+// A scope lives exactly as long as the read of one pointer: the graph takes
+// over what the archive made, and whatever happens (a truncated or damaged
+// archive throws half-way), the scope's end forgets every address it saw, so
+// no address outlives the read. Libraries the archive made but whose read
+// failed are deleted by the scope: the archive leaves them behind, and
+// nothing else knows them.
 class TArchiveCreatedClaveLibsScope {
 public:
     TArchiveCreatedClaveLibsScope();
@@ -56,8 +58,9 @@ public:
     TArchiveCreatedClaveLibsScope(const TArchiveCreatedClaveLibsScope&) = delete;
     TArchiveCreatedClaveLibsScope& operator=(const TArchiveCreatedClaveLibsScope&) = delete;
 
-    // Whether the archive created `libs` during this scope.
-    bool Created(const CGenClaveLibs* libs) const;
+    // Whether the archive created `libs` during this scope; if so, the
+    // caller owns it from now on.
+    bool Take(const CGenClaveLibs* libs);
 
     // Called by the archive's construction of a CGenClaveLibs; outside a
     // scope (libraries read through some other pointer) nothing is noted.
@@ -68,6 +71,7 @@ public:
 private:
     std::vector<const CGenClaveLibs*> mCreated;
     TArchiveCreatedClaveLibsScope* mOuter = nullptr;
+    int mUncaughtAtStart = 0;
 };
 
 // Reads the graph in the very layout Boost.Graph writes it ("V", "E", the
@@ -317,7 +321,7 @@ public:
             zkgen::TArchiveCreatedClaveLibsScope scope;
             CGenClaveLibs* libs = nullptr;
             ar& make_nvp("mWeakClaveLibs", libs);
-            _SetLoadedClaveLibs(libs, scope.Created(libs));
+            _SetLoadedClaveLibs(libs, scope.Take(libs));
         }
         mPatternCoordConv.SetToUndef();
         if (version >= 3)
