@@ -130,9 +130,62 @@ void CGenConvertCtrAndUid::ConvertEvsWithUidToEvsWithCtr(const CGenEvs& in, CGen
     }
 }
 
+namespace {
+
+// Everything of an event but its position; events with a dictionary never
+// compare equal here, so they are never answered from the memo.
+bool SameEventExceptPosition(const CGenEv& a, const CGenEv& b)
+{
+    if (a.mpDictionary || b.mpDictionary)
+        return false;
+    const bool melodyA = a.mpMelodyVariationInformation != nullptr;
+    const bool melodyB = b.mpMelodyVariationInformation != nullptr;
+    if (melodyA != melodyB || (melodyA && !(*a.mpMelodyVariationInformation == *b.mpMelodyVariationInformation)))
+        return false;
+    return a.mBeatLength == b.mBeatLength
+        && a.mRuntimeTimeTrafoInvariantBeatPosOffset == b.mRuntimeTimeTrafoInvariantBeatPosOffset
+        && a.mMB0 == b.mMB0 && a.mMB1 == b.mMB1 && a.mMB2 == b.mMB2 && a.mMB3 == b.mMB3 && a.mRelVel == b.mRelVel
+        && a.mRuntimeTags == b.mRuntimeTags && a.mRuntimeLayerBitmask == b.mRuntimeLayerBitmask
+        && a.mArrangerClaveWeight == b.mArrangerClaveWeight && a.mArrangerClavePitch == b.mArrangerClavePitch
+        && a.mConcretize == b.mConcretize;
+}
+
+// The memo stays small: a performance strikes few distinct kit pieces and
+// velocities, and a bounded memo never grows with the song.
+constexpr size_t kMemoBucketLimit = 32;
+constexpr size_t kMemoLimit = 4096;
+
+} // namespace
+
 void CGenConvertCtrAndUid::CreateEvsWithCtrForEvWithUid(const CGenEv& ev, CGenEvs& out)
 {
+    // The events made of a uid event depend on everything of it but its
+    // position, which they all share: an event like one converted before is
+    // answered with that one's events, moved to its own position.
+    const bool memoable = GenIsDef(ev.mBeatPos) && !ev.mpDictionary;
+    const TMemoKey key {ev.mMB0, ev.mMB1, ev.mMB2, ev.mMB3};
+    if (memoable) {
+        const auto bucket = mMemo.find(key);
+        if (bucket != mMemo.end())
+            for (const TMemoEntry& entry : bucket->second)
+                if (SameEventExceptPosition(entry.mSource, ev)) {
+                    out = entry.mEvs;
+                    for (CGenEv& e : out)
+                        e.mBeatPos = ev.mBeatPos;
+                    return;
+                }
+    }
     _CreateEvsWithCtr(_EntriesForUid(ev.Uid()), ev, out);
+    if (!memoable || mMemoSize >= kMemoLimit)
+        return;
+    for (const CGenEv& e : out)
+        if (e.mBeatPos != ev.mBeatPos)
+            return;
+    std::vector<TMemoEntry>& bucket = mMemo[key];
+    if (bucket.size() >= kMemoBucketLimit)
+        return;
+    bucket.push_back(TMemoEntry {ev, out});
+    ++mMemoSize;
 }
 
 void CGenConvertCtrAndUid::_CreateEvsWithCtr(const CGenInstTreeEntryCollection& collection, const CGenEv& ev, CGenEvs& out)

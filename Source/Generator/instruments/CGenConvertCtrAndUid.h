@@ -83,6 +83,14 @@ private:
     // first: worked out once per entry, since every event of a kit piece
     // walks the same chain.
     std::unordered_map<const CGenInstTreeEntry*, std::vector<const TCKCtr*>> mCtrChains;
+    // Events converted before, by status, uid, velocity and MB3.
+    using TMemoKey = std::tuple<int, int, int, int>;
+    struct TMemoEntry {
+        CGenEv mSource;
+        CGenEvs mEvs;
+    };
+    std::map<TMemoKey, std::vector<TMemoEntry>> mMemo;
+    size_t mMemoSize = 0;
     // Working state of one conversion.
     std::vector<CGenEv> mScratchEvs;
     int mSums[3] = { 0, 0, 0 };

@@ -1,9 +1,9 @@
 #include "Generator/stylegraph/CGenGFModule.h"
 
-#include <exception>
-
 #include "Generator/CGenContext.h"
 #include "Generator/stylegraph/CGenGFNodeManager.h"
+
+#include <exception>
 
 // ----- CGenGFContext, CGenGFClassDescription, CGenGFConnection
 

@@ -2,6 +2,8 @@
 
 #include "Generator/stylegraph/CGenGFModulePatternProbProvider.h"
 
+#include <utility>
+
 namespace {
 
 std::string Trimmed(const std::string& s)
@@ -72,12 +74,12 @@ bool CGenGFModuleFilterPatternName::executeArguments(const CGenGFContext& /*cont
     const double matching = inputMatchingFactor->doubleValue();
     const double nonMatching = inputNonMatchingFactor->doubleValue();
     CGenPatternModAndProbs* input = inputPatterns->List();
-    if (!input || !outputPatterns->List())
+    if (!input || !outputPatterns->ConstList())
         return true;
     mRegex->setRegexString(filter);
     CGenPatternModAndProbs output;
     FilterPatternsByName(*input, output, *mRegex, matching, nonMatching);
-    outputPatterns->SetList(output);
+    outputPatterns->SetList(std::move(output));
     return true;
 }
 

@@ -114,7 +114,7 @@ bool CGenGFModulePatternProbConsumer::executeArguments(const CGenGFContext& cont
 {
     CGenContext* gen = context.genContext();
     if (gen && inputPatterns->connectedPortAlongProxies())
-        if (const CGenPatternModAndProbs* list = inputPatterns->List())
+        if (const CGenPatternModAndProbs* list = inputPatterns->ConstList())
             gen->mOutputPatterns = *list;
     return true;
 }

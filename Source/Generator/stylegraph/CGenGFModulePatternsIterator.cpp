@@ -30,8 +30,8 @@ CGenGFModulePatternsIterator::CGenGFModulePatternsIterator() : CGenGFModule(Clas
 
 bool CGenGFModulePatternsIterator::executeArguments(const CGenGFContext& /*context*/, const TGenDict* arguments)
 {
-    const CGenPatternModAndProbs* input = inputPatterns->List();
-    if (!input || !outputPatterns->List())
+    const CGenPatternModAndProbs* input = inputPatterns->ConstList();
+    if (!input || !outputPatterns->ConstList())
         return true;
     outputPatterns->ClearList();
     for (const CGenPatternModAndProb& entry : *input) {
@@ -92,7 +92,7 @@ bool CGenGFModulePatternsIteratorConsumer::setup(const CGenGFContext& /*context*
 
 bool CGenGFModulePatternsIteratorConsumer::executeArguments(const CGenGFContext& /*context*/, const TGenDict* /*arguments*/)
 {
-    const CGenPatternModAndProbs* input = inputPatterns->List();
+    const CGenPatternModAndProbs* input = inputPatterns->ConstList();
     CGenPatternModAndProbs* output = mIterator ? mIterator->outputPatterns->List() : nullptr;
     if (!input || !output)
         return true;

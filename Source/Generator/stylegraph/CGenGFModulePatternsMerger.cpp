@@ -3,6 +3,8 @@
 #include "Generator/CGenEvs.h"
 #include "Generator/stylegraph/CGenGFModulePatternProbProvider.h"
 
+#include <utility>
+
 const CGenGFClassDescription& CGenGFModulePatternsMerger::ClassDescription()
 {
     static const CGenGFClassDescription d("CGenGFModulePatternsMerger", &CGenGFModule::ClassDescription(),
@@ -24,10 +26,10 @@ CGenGFModulePatternsMerger::CGenGFModulePatternsMerger() : CGenGFModule(ClassDes
 
 bool CGenGFModulePatternsMerger::executeArguments(const CGenGFContext& /*context*/, const TGenDict* /*arguments*/)
 {
-    if (!outputPatterns->List())
+    if (!outputPatterns->ConstList())
         return true;
-    const CGenPatternModAndProbs* list1 = inputPatterns1->List();
-    const CGenPatternModAndProbs* list2 = inputPatterns2->List();
+    const CGenPatternModAndProbs* list1 = inputPatterns1->ConstList();
+    const CGenPatternModAndProbs* list2 = inputPatterns2->ConstList();
     if (!list1 || !list2) {
         if (!list1 && !list2)
             outputPatterns->ClearList();
@@ -43,11 +45,11 @@ bool CGenGFModulePatternsMerger::executeArguments(const CGenGFContext& /*context
         const CGenEvs& added = list2->front().PatternToBeRead().mEvs;
         evs.insert(evs.end(), added.begin(), added.end());
         evs.SortStable();
-        outputPatterns->SetList(merged);
+        outputPatterns->SetList(std::move(merged));
         return true;
     }
     CGenPatternModAndProbs joined = *list1;
     joined.insert(joined.end(), list2->begin(), list2->end());
-    outputPatterns->SetList(joined);
+    outputPatterns->SetList(std::move(joined));
     return true;
 }

@@ -6,6 +6,7 @@
 #include "Generator/stylegraph/CGenGFModulePatternProbProvider.h"
 
 #include <cmath>
+#include <utility>
 
 const CGenGFClassDescription& CGenGFModuleRandomPatternPicker::ClassDescription()
 {
@@ -32,14 +33,14 @@ bool CGenGFModuleRandomPatternPicker::executeArguments(const CGenGFContext& cont
     if (!gen || !gen->mPatternGraph)
         return false;
     CGenPatternModAndProbs* input = inputPatterns->List();
-    if (!input || !outputPatterns->List())
+    if (!input || !outputPatterns->ConstList())
         return true;
     CGenPatternModAndProbs picked;
     CGenPatternModAndProbRandomPicker picker(*input, static_cast<float>(inputThreshold->doubleValue()));
     const auto it = picker.Pick(gen->mPatternGraph->Random());
     if (it != input->end())
         picked.push_back(*it);
-    outputPatterns->SetList(picked);
+    outputPatterns->SetList(std::move(picked));
     return true;
 }
 
@@ -71,7 +72,7 @@ CGenGFModuleTopProbFilter::CGenGFModuleTopProbFilter() : CGenGFModule(ClassDescr
 bool CGenGFModuleTopProbFilter::executeArguments(const CGenGFContext& /*context*/, const TGenDict* /*arguments*/)
 {
     CGenPatternModAndProbs* input = inputPatterns->List();
-    if (!input || !outputPatterns->List())
+    if (!input || !outputPatterns->ConstList())
         return true;
     // The step count is a whole count; the port's minimum keeps it from going below zero.
     const double steps = inputStepCount->doubleValue();
@@ -79,6 +80,6 @@ bool CGenGFModuleTopProbFilter::executeArguments(const CGenGFContext& /*context*
     CGenPatternModAndProbs filtered;
     CGenPatternModAndProbTopFilter filter(*input, filtered);
     filter.FilterPatterns(static_cast<float>(inputMinRequiredPatterns->doubleValue()), stepCount);
-    outputPatterns->SetList(filtered);
+    outputPatterns->SetList(std::move(filtered));
     return true;
 }

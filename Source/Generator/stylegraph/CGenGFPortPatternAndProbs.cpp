@@ -40,13 +40,36 @@ ZKGFValue CGenGFPortPatternAndProbs::value() const
     return mHolder ? ZKGFValue(std::make_shared<CGenGFPatternAndProbsObject>(mHolder)) : ZKGFValue();
 }
 
+GenPatternModAndProbs* CGenGFPortPatternAndProbs::patternAndProbsValue() const
+{
+    if (mHolder && mHolder.use_count() > 1)
+        mHolder = mHolder->copy();
+    return mHolder.get();
+}
+
+CGenPatternModAndProbs* CGenGFPortPatternAndProbs::List() const
+{
+    GenPatternModAndProbs* holder = patternAndProbsValue();
+    return holder ? &holder->data() : nullptr;
+}
+
 void CGenGFPortPatternAndProbs::SetList(const CGenPatternModAndProbs& list)
 {
     willChangeValue();
-    if (!mHolder)
+    if (!mHolder || mHolder.use_count() > 1)
         mHolder = std::make_shared<GenPatternModAndProbs>(list);
     else if (&mHolder->data() != &list)
         mHolder->setData(list);
+    didChangeValue();
+}
+
+void CGenGFPortPatternAndProbs::SetList(CGenPatternModAndProbs&& list)
+{
+    willChangeValue();
+    if (!mHolder || mHolder.use_count() > 1)
+        mHolder = std::make_shared<GenPatternModAndProbs>();
+    if (&mHolder->data() != &list)
+        mHolder->data() = std::move(list);
     didChangeValue();
 }
 
@@ -59,13 +82,24 @@ bool CGenGFPortPatternAndProbs::setValue(const ZKGFValue& value)
 {
     if (value.IsNothing())
         ClearList();
-    else if (const auto* object = value.ObjectAs<CGenGFPatternAndProbsObject>())
-        SetList(object->Holder()->data());
+    else if (const auto* object = value.ObjectAs<CGenGFPatternAndProbsObject>()) {
+        // Shared until one side writes.
+        willChangeValue();
+        mHolder = object->Holder() ? object->Holder() : std::make_shared<GenPatternModAndProbs>();
+        didChangeValue();
+    }
     return true;
 }
 
 bool CGenGFPortPatternAndProbs::takeValueFromPort(const CGenGFContext* /*context*/, const CGenGFPort& source)
 {
+    if (const auto* port = dynamic_cast<const CGenGFPortPatternAndProbs*>(&source)) {
+        // Shared until one side writes.
+        willChangeValue();
+        mHolder = port->mHolder ? port->mHolder : std::make_shared<GenPatternModAndProbs>();
+        didChangeValue();
+        return true;
+    }
     if (&source.baseClass() == &CGenGFPortPatternAndProbs::Class()) {
         const GenPatternModAndProbs* holder = source.patternAndProbsValue();
         if (holder)

@@ -6,7 +6,8 @@
 #include <memory>
 
 // A candidate list as a value object: the holder a pattern port hands out.
-// Receivers copy the list, so the holder itself is shared only for reading.
+// Receivers share it until they write, and then write to a copy, so the
+// holder itself is only ever read through a value.
 class CGenGFPatternAndProbsObject : public ZKGFObject {
 public:
     explicit CGenGFPatternAndProbsObject(std::shared_ptr<GenPatternModAndProbs> holder) : mHolder(std::move(holder)) {}
@@ -31,8 +32,9 @@ private:
 };
 
 // A port whose value is a candidate list. It owns its holder from the start
-// and copies lists into it, so that two ports never share a list and a module
-// may change the entries of its own ports freely. A list is never stored in a
+// and shares the lists it receives until it writes to them, so that no write
+// ever reaches another port and a module may change the entries of its own
+// ports freely. A list is never stored in a
 // state.
 class CGenGFPortPatternAndProbs : public CGenGFPort {
 public:
@@ -50,17 +52,27 @@ public:
     ZKGFValue stateValue() const override { return {}; }
     // Takes a candidate list only, which no stored state holds.
     bool setStateValue(const ZKGFValue& value) override;
-    GenPatternModAndProbs* patternAndProbsValue() const override { return mHolder.get(); }
+    // The holder for writing: unshared first, like List().
+    GenPatternModAndProbs* patternAndProbsValue() const override;
     void setPatternAndProbsValue(const GenPatternModAndProbs* value) override;
     std::string ValueDescription() const override;
 
-    // The list itself, or null when the port has no value.
-    CGenPatternModAndProbs* List() const { return mHolder ? &mHolder->data() : nullptr; }
-    // Copies a list in, with its trailing fields.
+    // The list itself for writing, or null when the port has no value. A
+    // list the port shares is copied first, so a write never reaches
+    // another port or a value handed out.
+    CGenPatternModAndProbs* List() const;
+    // The list for reading, shared or not; null when the port has no value.
+    const CGenPatternModAndProbs* ConstList() const { return mHolder ? &mHolder->data() : nullptr; }
+    // Copies (or moves) a list in, with its trailing fields.
     void SetList(const CGenPatternModAndProbs& list);
+    void SetList(CGenPatternModAndProbs&& list);
     // An empty list with default trailing fields.
     void ClearList();
 
 private:
-    std::shared_ptr<GenPatternModAndProbs> mHolder;
+    // Shared with the ports and values it came from until the first write
+    // (copy on write): routing a list through a chain of modules costs no
+    // copy until a module changes it. Mutable, since reading for writing
+    // may have to unshare it.
+    mutable std::shared_ptr<GenPatternModAndProbs> mHolder;
 };

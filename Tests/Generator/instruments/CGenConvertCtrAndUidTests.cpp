@@ -342,3 +342,38 @@ TEST(CGenFindCKCtrValue, ValuesAndSumsAlongTheWalk)
     EXPECT_EQ(find.FromInstTreeEntryCollection(CGenInstTreeEntryCollection(), CKCtr_NoteNr), kCKCtrValue_Undef);
     EXPECT_EQ(find.mSumMB1, 0);
 }
+
+TEST(CGenConvertCtrAndUid, AnEventLikeOneConvertedBeforeIsAnsweredAtItsOwnPosition)
+{
+    // One converter remembers what it made; the answers are those of the
+    // first conversion (worked out in the test above), moved to each
+    // event's position, and anything that differs is converted anew.
+    CGenConvertCtrAndUid converter(Tree(), CGenConvertMappingFactory::MappingForKey(kConvertMappingKey_CtrlEvs));
+    const char* hat = "Drums.Hh.note.hit.move.static.open.o4";
+    for (float pos : {1.0f, 7.25f, 1.0f}) {
+        CGenEvs out;
+        converter.CreateEvsWithCtrForEvWithUid(UidNote(hat, pos, 100), out);
+        ASSERT_EQ(out.size(), 2u);
+        EXPECT_EQ(out[0].mBeatPos, pos);
+        EXPECT_EQ(out[1].mBeatPos, pos);
+        EXPECT_EQ(out[1].mBeatLength, 0.5f);
+        EXPECT_EQ(Convert(converter, UidNote(hat, pos, 100)), (TOut {{0xB9, 4, 64, -1}, {0x99, 42, 100, -1}}));
+    }
+    // Another velocity, another length, another kit piece.
+    EXPECT_EQ(Convert(converter, UidNote(hat, 2.0f, 90)), (TOut {{0xB9, 4, 64, -1}, {0x99, 42, 90, -1}}));
+    CGenEv longer = UidNote(hat, 3.0f, 100);
+    longer.mBeatLength = 2.0f;
+    CGenEvs out;
+    converter.CreateEvsWithCtrForEvWithUid(longer, out);
+    ASSERT_EQ(out.size(), 2u);
+    EXPECT_EQ(out[1].mBeatLength, 2.0f);
+    EXPECT_EQ(Convert(converter, UidNote("Drums.Sn.note.rimClick", 2.0f)), (TOut {{0x99, 37, 100, -1}}));
+    // An event with a dictionary is converted every time and keeps it.
+    CGenEv tagged = UidNote(hat, 4.0f, 100);
+    tagged.mpDictionary = std::make_unique<TGenDict>();
+    tagged.mpDictionary->SetValueForKey(std::string("x"), "tag");
+    converter.CreateEvsWithCtrForEvWithUid(tagged, out);
+    ASSERT_EQ(out.size(), 2u);
+    ASSERT_NE(out[1].mpDictionary, nullptr);
+    EXPECT_EQ(out[1].mpDictionary->StringForKey("tag"), "x");
+}

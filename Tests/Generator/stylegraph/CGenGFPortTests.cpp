@@ -183,7 +183,12 @@ TEST(CGenGFPortConversion, PatternListsAreCopiedNotShared)
     list.mComplete = true;
     static_cast<CGenGFPortPatternAndProbs*>(p.srcPatterns)->SetList(list);
     EXPECT_TRUE(p.patterns->takeValueFromPort(nullptr, *p.srcPatterns));
+    // Shared until one side asks to write.
+    auto* receiver = static_cast<CGenGFPortPatternAndProbs*>(p.patterns);
+    auto* sender = static_cast<CGenGFPortPatternAndProbs*>(p.srcPatterns);
+    EXPECT_EQ(receiver->ConstList(), sender->ConstList());
     GenPatternModAndProbs* copy = p.patterns->patternAndProbsValue();
+    EXPECT_NE(receiver->ConstList(), sender->ConstList());
     ASSERT_EQ(copy->data().size(), 1u);
     EXPECT_TRUE(copy->data().mComplete);
     EXPECT_NE(copy, p.srcPatterns->patternAndProbsValue());
