@@ -3,25 +3,14 @@
 #include "Generator/clave/CGenClaveLib.h"
 #include "Generator/timesig/CGenEvsSignTime.h"
 
+#include "TestSupport/ClaveTestData.h"
+
 #include <gtest/gtest.h>
 
+using zkgtest::Clave;
+using zkgtest::Grid;
+
 namespace {
-
-CGenEvsClave Clave(std::initializer_list<float> positions, float length = 4.0f)
-{
-    CGenEvsClave c(length);
-    for (float p : positions)
-        c.push_back(CGenEvClave(p, 100));
-    return c;
-}
-
-CGenEvs Grid(float first, float step, float tolerance)
-{
-    CGenEvs g(4.0f);
-    for (float p = first; p < 4.0f; p += step)
-        g.push_back(CGenEv(p, tolerance, st_NoteOn, -1, -1));
-    return g;
-}
 
 // "Family" on the eighths on the beat, "AddOn" off the beat, "Slow" on both
 // grids (no table, so it is compared pattern by pattern).

@@ -4,28 +4,13 @@
 #include "Platform/ZKLog.h"
 #include "TestSupport/ArchiveRoundTrip.h"
 
+#include "TestSupport/ClaveTestData.h"
+
 #include <gtest/gtest.h>
 
 using namespace zkgtest;
 
 namespace {
-
-CGenEvsClave Clave(std::initializer_list<float> positions, float length = 4.0f)
-{
-    CGenEvsClave c(length);
-    for (float p : positions)
-        c.push_back(CGenEvClave(p, 100));
-    return c;
-}
-
-// Interesting positions every `step` from `first`, each with the given tolerance; loop length 4.
-CGenEvs Grid(float first, float step, float tolerance)
-{
-    CGenEvs g(4.0f);
-    for (float p = first; p < 4.0f; p += step)
-        g.push_back(CGenEv(p, tolerance, st_NoteOn, -1, -1));
-    return g;
-}
 
 // A small "Family" library: silence, the son clave's first bar, four on the floor.
 CGenClaveLib FamilyLib()

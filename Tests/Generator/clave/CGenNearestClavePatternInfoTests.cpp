@@ -5,6 +5,8 @@
 #include "Generator/clave/CGenNearestClavePatternInfo.h"
 #include "Generator/patterns/CGenPatternIxs.h"
 
+#include "TestSupport/ClaveTestData.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -12,15 +14,9 @@
 #include <memory>
 #include <sstream>
 
-namespace {
+using zkgtest::Clave;
 
-CGenEvsClave Clave(std::initializer_list<float> positions, float length)
-{
-    CGenEvsClave c(length);
-    for (float p : positions)
-        c.push_back(CGenEvClave(p, 100));
-    return c;
-}
+namespace {
 
 // Patterns of 4, 2 and 4 beats, so that a layout by lengths is uneven.
 CGenClaveLib FamilyLib()
