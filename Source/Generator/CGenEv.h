@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Generator/CGenArchivePointers.h"
+
 #include "Generator/CGenBitmask.h"
 #include "Generator/CGenSerialization.h"
 #include "Generator/CGenTrace.h"
@@ -221,9 +223,11 @@ public:
         ar& make_nvp("mRelVel", mRelVel);
         mpMelodyVariationInformation.reset();
         if (version >= 6) {
-            CMelodyVariationInformation* p = nullptr;
-            ar& make_nvp("mpMelodyVariationInformation", p);
-            mpMelodyVariationInformation.reset(p);
+            // Each event owns its block: a damaged archive naming one block
+            // for two events is refused.
+            bool created = false;
+            mpMelodyVariationInformation.reset(zkgen::LoadArchivePointer<CMelodyVariationInformation>(
+                ar, "mpMelodyVariationInformation", zkgen::TArchivePointer::Owned, created));
             return;
         }
         // Older archives hold the block's fields flat; the presence rule decides
@@ -259,6 +263,7 @@ private:
     void _InitAbstract(const CAbstractNote& note, uint8_t noteGroupID, float probability, int priority, float prefersPosRelInBeat);
 };
 BOOST_CLASS_VERSION(CGenEv, 6)
+ZKG_ARCHIVE_NOTE_CREATED(CGenEv::CMelodyVariationInformation)
 
 std::ostream& operator<<(std::ostream& os, const CGenEv& ev);
 

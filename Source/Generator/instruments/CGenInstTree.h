@@ -60,6 +60,7 @@ private:
 };
 BOOST_CLASS_VERSION(CGenInstTree, 1)
 BOOST_CLASS_EXPORT_KEY2(CGenInstTree, "CGenInstTree")
+ZKG_ARCHIVE_NOTE_CREATED(CGenInstTree)
 
 // Replaces the content of `tree` by the fixed drum and percussion tree of
 // version 1: name "InstTree", mInstTreeVersion 0. `drumMap` doesn't shape it.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Generator/CGenArchivePointers.h"
+
 #include "Generator/CGenEv.h"
 #include "Generator/CGenRange.h"
 #include "Generator/CGenSerialization.h"
@@ -268,12 +270,20 @@ public:
         else
             mCompareNibbleCount = 1;
         ar& make_nvp("mIsRootParent", mIsRootParent);
-        ar& make_nvp("mParent", mParent);
+        // The parent is read before its children; a parent the archive had
+        // to make is damage, and the parent's own read sets it again anyway.
+        bool created = false;
+        mParent = zkgen::LoadArchivePointer<CGenInstTreeEntry>(ar, "mParent", zkgen::TArchivePointer::MayBorrow, created);
+        if (created) {
+            delete mParent;
+            mParent = nullptr;
+        }
     }
     BOOST_SERIALIZATION_SPLIT_MEMBER()
 };
 BOOST_CLASS_VERSION(CGenInstTreeEntry, 2)
 BOOST_CLASS_EXPORT_KEY2(CGenInstTreeEntry, "CGenInstTreeEntry")
+ZKG_ARCHIVE_NOTE_CREATED(CGenInstTreeEntry)
 
 std::ostream& operator<<(std::ostream& os, const CGenInstTreeEntry& entry);
 
@@ -294,6 +304,7 @@ public:
 };
 BOOST_CLASS_VERSION(CGenInstTreeLeaf, 0)
 BOOST_CLASS_EXPORT_KEY2(CGenInstTreeLeaf, "CGenInstTreeLeaf")
+ZKG_ARCHIVE_NOTE_CREATED(CGenInstTreeLeaf)
 
 template <class Archive>
 void CGenInstTreeEntries::save(Archive& ar, const unsigned int /*version*/) const
@@ -325,8 +336,11 @@ void zkgen::CGenInstTreeEntriesArchiveList::load(Archive& ar, const unsigned int
     unsigned int count = 0;
     ar& boost::serialization::make_nvp("ptrCtr", count);
     for (unsigned int i = 0; i < count; ++i) {
-        CGenInstTreeEntry* entry = nullptr;
-        ar& boost::serialization::make_nvp("ptr", entry);
+        // Each entry belongs to one parent: a damaged archive that names an
+        // entry twice, or an ancestor as a child, is refused.
+        bool created = false;
+        CGenInstTreeEntry* entry =
+            zkgen::LoadArchivePointer<CGenInstTreeEntry>(ar, "ptr", zkgen::TArchivePointer::Owned, created);
         if (entry != nullptr)
             mEntries->push_back(std::unique_ptr<CGenInstTreeEntry>(entry));
     }

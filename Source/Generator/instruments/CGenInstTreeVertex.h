@@ -106,3 +106,4 @@ private:
 };
 BOOST_CLASS_VERSION(CGenInstTreeVertex, 1)
 BOOST_CLASS_EXPORT_KEY2(CGenInstTreeVertex, "CGenInstTreeVertex")
+ZKG_ARCHIVE_NOTE_CREATED(CGenInstTreeVertex)

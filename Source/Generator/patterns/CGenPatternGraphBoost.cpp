@@ -3,56 +3,6 @@
 #include "Generator/CGenAssert.h"
 
 #include <algorithm>
-#include <exception>
-
-
-namespace zkgen {
-
-namespace {
-// The innermost open scope of this thread: an archive is read on one thread,
-// and scopes nest when a graph is read inside another graph's read.
-thread_local TArchiveCreatedClaveLibsScope* tInnermostScope = nullptr;
-} // namespace
-
-TArchiveCreatedClaveLibsScope::TArchiveCreatedClaveLibsScope()
-    : mOuter(tInnermostScope), mUncaughtAtStart(std::uncaught_exceptions())
-{
-    tInnermostScope = this;
-}
-
-TArchiveCreatedClaveLibsScope::~TArchiveCreatedClaveLibsScope()
-{
-    tInnermostScope = mOuter;
-    // Only a read that failed leaves libraries nobody took.
-    if (std::uncaught_exceptions() > mUncaughtAtStart)
-        for (const CGenClaveLibs* libs : mCreated)
-            delete libs;
-}
-
-bool TArchiveCreatedClaveLibsScope::Take(const CGenClaveLibs* libs)
-{
-    const auto it = libs ? std::find(mCreated.begin(), mCreated.end(), libs) : mCreated.end();
-    if (it == mCreated.end())
-        return false;
-    mCreated.erase(it);
-    return true;
-}
-
-void TArchiveCreatedClaveLibsScope::Note(const CGenClaveLibs* libs)
-{
-    if (tInnermostScope)
-        tInnermostScope->mCreated.push_back(libs);
-}
-
-size_t TArchiveCreatedClaveLibsScope::RecordedCount()
-{
-    size_t count = 0;
-    for (const TArchiveCreatedClaveLibsScope* s = tInnermostScope; s; s = s->mOuter)
-        count += s->mCreated.size();
-    return count;
-}
-
-} // namespace zkgen
 
 CGenPatternGraphBoost::CGenPatternGraphBoost(TPatternGraphType type) : mType(type)
 {

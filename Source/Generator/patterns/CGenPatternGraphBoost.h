@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Generator/CGenArchivePointers.h"
+
 #include "Generator/CGenRandom.h"
 #include "Generator/CGenSerialization.h"
 #include "Generator/CGenTrace.h"
@@ -42,37 +44,6 @@ using TGenPatternVertex = boost::graph_traits<TGenPatternGraphBoost>::vertex_des
 using TGenPatternEdgeDesc = boost::graph_traits<TGenPatternGraphBoost>::edge_descriptor;
 
 namespace zkgen {
-
-// Clave libraries that an archive created while a graph read its pointer
-// (rather than pointing it at libraries read earlier in the same archive).
-// A scope lives exactly as long as the read of one pointer: the graph takes
-// over what the archive made, and whatever happens (a truncated or damaged
-// archive throws half-way), the scope's end forgets every address it saw, so
-// no address outlives the read. Libraries the archive made but whose read
-// failed are deleted by the scope: the archive leaves them behind, and
-// nothing else knows them.
-class TArchiveCreatedClaveLibsScope {
-public:
-    TArchiveCreatedClaveLibsScope();
-    ~TArchiveCreatedClaveLibsScope();
-    TArchiveCreatedClaveLibsScope(const TArchiveCreatedClaveLibsScope&) = delete;
-    TArchiveCreatedClaveLibsScope& operator=(const TArchiveCreatedClaveLibsScope&) = delete;
-
-    // Whether the archive created `libs` during this scope; if so, the
-    // caller owns it from now on.
-    bool Take(const CGenClaveLibs* libs);
-
-    // Called by the archive's construction of a CGenClaveLibs; outside a
-    // scope (libraries read through some other pointer) nothing is noted.
-    static void Note(const CGenClaveLibs* libs);
-    // Addresses noted by the scopes still open on this thread (0 outside a read).
-    static size_t RecordedCount();
-
-private:
-    std::vector<const CGenClaveLibs*> mCreated;
-    TArchiveCreatedClaveLibsScope* mOuter = nullptr;
-    int mUncaughtAtStart = 0;
-};
 
 // Reads the graph in the very layout Boost.Graph writes it ("V", "E", the
 // vertex properties, then "u", "v" and the property of each edge, then the
@@ -119,14 +90,7 @@ BOOST_CLASS_TRACKING(zkgen::TGenPatternGraphBoostLoader, boost::serialization::t
 
 // Clave libraries read through a graph's pointer are noted, so that the
 // graph can tell them from libraries it merely points at.
-namespace boost::serialization {
-template <class Archive>
-inline void load_construct_data(Archive& /*ar*/, CGenClaveLibs* libs, const unsigned int /*version*/)
-{
-    ::new (libs) CGenClaveLibs();
-    zkgen::TArchiveCreatedClaveLibsScope::Note(libs);
-}
-} // namespace boost::serialization
+ZKG_ARCHIVE_NOTE_CREATED(CGenClaveLibs)
 
 // One layer's probabilistic graph of short patterns: a vertex is a
 // CGenPattern, an edge from A to B a CGenPatternEdge with probabilities per
@@ -318,10 +282,12 @@ public:
             CGenClaveLib dummyWeakClaveLib;
             ar& make_nvp("dummyWeakClaveLib", dummyWeakClaveLib);
         } else if (version >= 5) {
-            zkgen::TArchiveCreatedClaveLibsScope scope;
-            CGenClaveLibs* libs = nullptr;
-            ar& make_nvp("mWeakClaveLibs", libs);
-            _SetLoadedClaveLibs(libs, scope.Take(libs));
+            // Read with a genre, the pointer names the genre's libraries;
+            // read alone, the archive makes them and the graph owns them.
+            bool created = false;
+            CGenClaveLibs* libs =
+                zkgen::LoadArchivePointer<CGenClaveLibs>(ar, "mWeakClaveLibs", zkgen::TArchivePointer::MayBorrow, created);
+            _SetLoadedClaveLibs(libs, created);
         }
         mPatternCoordConv.SetToUndef();
         if (version >= 3)

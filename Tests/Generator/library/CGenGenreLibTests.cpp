@@ -431,7 +431,7 @@ TEST(CGenPatternGraphBoost, TruncatedArchiveForgetsTheClaveLibrariesItMade)
     ASSERT_NE(whole.WeakClaveLibs(), nullptr);
     EXPECT_NE(whole.WeakClaveLibs(), &libs);
     EXPECT_EQ(*whole.WeakClaveLibs(), libs);
-    EXPECT_EQ(zkgen::TArchiveCreatedClaveLibsScope::RecordedCount(), 0u);
+    EXPECT_EQ(zkgen::TArchiveCreatedScope::RecordedCount(), 0u);
 
     // Cut anywhere, most of it inside the libraries: the load fails, and no
     // address of what the archive made is left behind.
@@ -444,7 +444,7 @@ TEST(CGenPatternGraphBoost, TruncatedArchiveForgetsTheClaveLibrariesItMade)
         cutsInLibs += at > libsFrom && at < libsTo;
         CGenPatternGraphBoost cut;
         EXPECT_FALSE(FromTextArchive(text.substr(0, at), cut)) << eighth;
-        EXPECT_EQ(zkgen::TArchiveCreatedClaveLibsScope::RecordedCount(), 0u) << eighth;
+        EXPECT_EQ(zkgen::TArchiveCreatedScope::RecordedCount(), 0u) << eighth;
         // The graph stays usable.
         cut = graph;
         EXPECT_EQ(cut.PatternCount(), 1u);
