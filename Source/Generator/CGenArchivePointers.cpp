@@ -1,6 +1,10 @@
 #include "Generator/CGenArchivePointers.h"
 
+#include "Generator/CGenSerialization.h"
+#include "Platform/ZKLog.h"
+
 #include <algorithm>
+#include <string>
 
 namespace zkgen {
 
@@ -49,6 +53,19 @@ std::size_t TArchiveCreatedScope::RecordedCount()
     for (const TArchiveCreatedScope* s = tInnermostScope; s; s = s->mOuter)
         count += s->mCreated.size();
     return count;
+}
+
+} // namespace zkgen
+
+namespace zkgen {
+
+void RefuseNewerClassVersion(const char* className, unsigned int version, unsigned int known)
+{
+    if (version <= known)
+        return;
+    ZKLogf(ZKLogCategory_GeneratorStorage, "Archive of %{public}s has class version %{public}s; this engine reads up to %{public}s",
+        {className, std::to_string(version), std::to_string(known)});
+    throw boost::archive::archive_exception(boost::archive::archive_exception::unsupported_class_version, className);
 }
 
 } // namespace zkgen

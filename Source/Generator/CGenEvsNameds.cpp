@@ -224,7 +224,10 @@ void CGenEvsNameds::EraseEvsAndShortenMembersToLeaveSpaceForAllButExcludeNoteNrs
             }
         }
         EraseEvsAndShortenMembersInRange(start, length, type);
-        for (auto& [name, keptEl] : keptEls) {
+        for (auto& kept : keptEls) {
+            // Named references: a lambda may not capture structured bindings everywhere.
+            const std::string& name = kept.first;
+            CGenEvsNamed& keptEl = kept.second;
             // Back into the element that now covers the kept events' place, or as an element of its own.
             for (const auto& ev : keptEl.mEvs) {
                 const float p = keptEl.mBeatPosAbs + ev.mBeatPos;

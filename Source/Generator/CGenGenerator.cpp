@@ -34,7 +34,12 @@ void CGenGenerator::GenerateRuntimeData::Reset()
     mGeneratePosInBar = 0.0f;
 }
 
-CGenGenerator::CGenGenerator() : mRuntimeData(std::make_unique<GenerateRuntimeData>()) {}
+CGenGenerator::CGenGenerator()
+    : mRuntimeData(std::make_unique<GenerateRuntimeData>()),
+      mLibraryBundleLocations(std::make_unique<CGeneratorLibraryBundleLocations>()),
+      mPatternsPool(mLibraryBundleLocations.get())
+{
+}
 CGenGenerator::~CGenGenerator() = default;
 
 std::shared_ptr<TGenDict> CGenGenerator::Generate(TGenerateWhat what, TRandomSeedMode seedMode, CGenGeneratorParams& params,
@@ -259,6 +264,7 @@ void CGenGenerator::_Generate_PatternGraph(TPatternGraphType type, TRandomSeedMo
     mRuntimeData->mInstLib->mStyles.LoadStyleGraphsIfNotCachedAlready(*style);
     CGenPatternGraphBoost& graph = rt.mInstLib->PatternGraph(type);
     context->mPatternGraph = &graph;
+    context->mPatternsPool = &mPatternsPool;
     // Stored for scripts and the authoring side; pattern choice does not read it.
     context->mRegionLeftCornerEditOffset =
         static_cast<float>(rt.mMemento->DoubleForKey(kMemento_RegionLeftCornerEditOffset, 0.0));
@@ -580,7 +586,11 @@ bool CGenGenerator::CheckContentSanity(std::string& text) const
     return mGenreLibs.CheckContentSanity("", text);
 }
 
-void CGenGenerator::CreateDefaultGenre() { mGenreLibs.CreateDefaultGenre(); }
+void CGenGenerator::CreateDefaultGenre()
+{
+    mGenreLibs.CreateDefaultGenre();
+    UpdateLibraryBundleLocationsWeakPointers();
+}
 
 void CGenGenerator::ClearCaches()
 {
@@ -602,11 +612,20 @@ CGenClaveCaches& CGenGenerator::ClaveCaches()
     return *mClaveCaches;
 }
 
-void CGenGenerator::PurgeStylesForWhichBlockReturnsYes(const std::function<bool(const CGenStyle&)>& block)
+void CGenGenerator::PurgeStylesForWhichBlockReturnsYes(const TPurgeStyleBlock& block)
 {
-    for (auto& genre : mGenreLibs)
-        for (auto& lib : genre.mInstLibs)
-            std::erase_if(lib.mStyles, block);
+    if (!block)
+        throw std::bad_function_call();
+    for (CGenGenreLib& genre : mGenreLibs)
+        for (CGenInstLib& lib : genre.mInstLibs)
+            for (size_t ix = 0; ix < lib.mStyles.size(); ++ix) {
+                const CGenStyle& style = lib.mStyles[ix];
+                if (!style.StyleGraphs().HasEntries())
+                    continue;
+                // The script state of the style goes with it once scripts exist.
+                if (block(genre.mGenre, lib.mInstType, ix, style.Name()))
+                    lib.mStyles.PurgeStyleAtIndex(ix);
+            }
 }
 
 namespace {

@@ -5,12 +5,16 @@
 #include "Generator/CGenGeneratorParams.h"
 #include "Generator/CGenTypes.h"
 #include "Generator/clave/CGenNearestClavePatternInfo.h"
+#include "Generator/CGenGeneratorStorage.h"
 #include "Generator/library/CGenGenreLibs.h"
+#include "Generator/library/CGenPatternsPool.h"
+#include "Generator/library/CGeneratorLibraryBundleLocations.h"
 #include "Generator/stylegraph/CGenGFModule.h"
 #include "Platform/TGenDict.h"
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 class CGenContext;
@@ -74,7 +78,43 @@ public:
     void ClearClaveCaches();
     // The caches of filtered clave lists, made on first use.
     CGenClaveCaches& ClaveCaches();
-    void PurgeStylesForWhichBlockReturnsYes(const std::function<bool(const CGenStyle&)>& block);
+    // Frees memory at the host's request: asks `block` about every style whose
+    // graphs are loaded (genre name, instrument type, style index, style
+    // name) and purges those it answers true for, with their script state.
+    // An empty function is a programming error (std::bad_function_call).
+    using TPurgeStyleBlock =
+        std::function<bool(const std::string& genre, _TGenInstType instType, size_t styleIx, const std::string& styleName)>;
+    void PurgeStylesForWhichBlockReturnsYes(const TPurgeStyleBlock& block);
+
+    // ---- The library on disk (a "glibb" bundle, or a single "glib" archive)
+    // Loads a bundle (a folder holding a "StyleGraphs" folder) or else a raw
+    // library; false when nothing is there or the load failed. A failed load
+    // leaves the content that was there, usable.
+    bool LoadFromURL(const TGenUrl& url);
+    bool LoadBundleFromURL(const TGenUrl& url);
+    bool LoadRawLibraryFromURL(const TGenUrl& url);
+    // Saves the library as a bundle at `url` (a new name copies the old
+    // bundle first); `error`, when given, describes a failure.
+    bool SaveToURL(const TGenUrl& url, TGenStorageError* error = nullptr);
+    bool SaveToURLWithoutChangingLibraryBundleLocation(const TGenUrl& url, TGenStorageError* error = nullptr);
+    // The folder and its sub-folders of a bundle, each made only if missing.
+    static bool CreateBundleStructureAtURL(const TGenUrl& url, std::string* error = nullptr);
+    // The archive itself: written atomically as a text archive; read as text,
+    // then as binary, into a tree of its own that replaces the content only
+    // when the whole archive was read.
+    bool SerializeToPath(const std::string& path) const;
+    bool DeserializeFromPath(const std::string& path);
+    // Hands the bundle's style folder to every instrument library's styles.
+    void UpdateLibraryBundleLocationsWeakPointers();
+    const IGeneratorLibraryBundleLocations& LibraryBundleLocations() const;
+    CGenPatternsPool& PatternsPool() { return mPatternsPool; }
+    // Values of the library, saved as "values.bin": an empty key is refused,
+    // a null value removes the key, and the last key gone leaves no
+    // dictionary (null, not empty).
+    bool SetValueForKey(const std::optional<TGenDictValue>& value, const std::string& key);
+    std::optional<TGenDictValue> ValueForKey(const std::string& key) const;
+    const TGenDict* ValuesForKeys() const { return mValuesForKeys.get(); }
+    const TGenLegacyGlobalLuaScript& LegacyGlobalLuaScript() const { return mLegacyGlobalLuaScript; }
 
     CGenGenreLibs& GenreLibs() { return mGenreLibs; }
     const CGenGenreLibs& GenreLibs() const { return mGenreLibs; }
@@ -135,6 +175,11 @@ private:
     std::unique_ptr<GenerateRuntimeData> mRuntimeData;
     // Filtered clave lists that scripts asked for; made on first use.
     std::unique_ptr<CGenClaveCaches> mClaveCaches;
+    // No root at first; the pool reads through them.
+    std::unique_ptr<IGeneratorLibraryBundleLocationsInternal> mLibraryBundleLocations;
+    CGenPatternsPool mPatternsPool;
+    std::unique_ptr<TGenDict> mValuesForKeys;
+    TGenLegacyGlobalLuaScript mLegacyGlobalLuaScript;
     double mLoadTime1 = 1.0;
     double mLoadTime2 = 1.0;
 

@@ -23,3 +23,12 @@
         BOOST_STATIC_CONSTANT(int, value = version::type::value);        \
     };                                                                   \
     }
+
+namespace zkgen {
+
+// Boost reads an archive of a newer class version as if it were the current
+// one; a stored class calls this first in its load so that such an archive
+// fails instead, with a log line naming the class.
+void RefuseNewerClassVersion(const char* className, unsigned int version, unsigned int known);
+
+} // namespace zkgen

@@ -1,6 +1,10 @@
 #include "Generator/stylegraph/CGenGFModulePatternProbProvider.h"
 
 #include "Generator/CGenContext.h"
+#include "Generator/library/CGenPatternsPool.h"
+#include "Generator/patterns/CGenPatternGraphBoost.h"
+
+#include <utility>
 
 namespace zkgen {
 
@@ -70,9 +74,26 @@ bool CGenGFModulePatternProbProvider::executeArguments(const CGenGFContext& cont
     CGenContext* gen = context.genContext();
     if (!gen)
         return true;
-    // Pool groups are read only when the generation has a pool to read them
-    // from; otherwise the candidates come from the caller.
-    outputPatterns->SetList(gen->mInputPatterns);
+    // Without pool groups, or without a pool, the candidates come from the caller.
+    if (mPatternPoolIdentifiers.empty() || !gen->mPatternsPool) {
+        outputPatterns->SetList(gen->mInputPatterns);
+        return true;
+    }
+    const float pos = gen->GeneratePosAbs();
+    const TPatternGraphType type =
+        gen->mPatternGraph ? gen->mPatternGraph->PatternGraphType() : TPatternGraphType_Undef;
+    CGenPatternModAndProbs list;
+    for (const std::shared_ptr<CGenPatterns>& group : gen->mPatternsPool->patternsForIdentifiers(mPatternPoolIdentifiers)) {
+        if (!group)
+            continue;
+        for (size_t ix = 0; ix < group->size(); ++ix) {
+            list.emplace_back(group, ix, pos, type);
+            // Every pool pattern starts with the same weight; the graph's
+            // modules rate them.
+            list.back().mProb = 100.0f;
+        }
+    }
+    outputPatterns->SetList(std::move(list));
     return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include "Platform/ZKLog.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -60,4 +61,51 @@ CGenStyle* CGenStyles::ChooseStyle(int styleIx)
 {
     const size_t ix = styleIx < 0 ? 0 : static_cast<size_t>(styleIx);
     return ix < size() ? &(*this)[ix] : nullptr;
+}
+
+bool CGenStyles::WriteBackStyle(const CGenStyle& style) const
+{
+    const TGenUrl url = StyleGraphsURLForStyle(style);
+    if (url.empty() || !style.StyleGraphs().HasEntries())
+        return false;
+    const bool ok = style.StyleGraphs().SaveToURL(url);
+    ZKLogf(ZKLogCategory_GeneratorStyles, "Saving style %{public}s to '%{public}@' %{public}s",
+        {style.Identifier(), url.string(), ok ? "SUCCESS" : "FAILED"});
+    return ok;
+}
+
+void CGenStyles::WriteBackCachedStyles() const
+{
+    for (const CGenStyle& style : *this)
+        if (style.StyleGraphs().HasEntries())
+            WriteBackStyle(style);
+}
+
+void CGenStyles::RememberStyleIdentifierAtIxForCleanupOnNextWriteBack(size_t ix)
+{
+    if (ix < size())
+        mIdentifiersForCleanup.push_back((*this)[ix].Identifier());
+}
+
+void CGenStyles::CleanUpStoredStyles()
+{
+    for (const std::string& identifier : mIdentifiersForCleanup) {
+        const bool stillThere = std::any_of(begin(), end(), [&](const CGenStyle& s) { return s.Identifier() == identifier; });
+        if (stillThere || identifier.empty() || mStyleGraphsFolderURL.empty())
+            continue;
+        const TGenUrl url = ZKUrlByAppendingPathExtension(
+            ZKUrlByAppendingPathComponent(mStyleGraphsFolderURL, identifier), kCGenStyleFileExtension);
+        if (ZKFileExists(url))
+            ZKFileRemove(url);
+    }
+    mIdentifiersForCleanup.clear();
+}
+
+void CGenStyles::PurgeStyleAtIndex(size_t ix)
+{
+    if (ix >= size())
+        return;
+    CGenStyle& style = (*this)[ix];
+    ZKLogf(ZKLogCategory_GeneratorStyles, ZKLogLevel_Debug, "Purge style %{public}s'", {style.Identifier()});
+    style.StyleGraphs().RemoveAllEntries();
 }

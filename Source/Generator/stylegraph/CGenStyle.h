@@ -89,6 +89,21 @@ public:
     // The style of a parameter's style index (a negative index meaning 0); null when there is none.
     CGenStyle* ChooseStyle(int styleIx);
 
+    // Saves the style's graphs to its file, atomically; false without graphs or a place.
+    bool WriteBackStyle(const CGenStyle& style) const;
+    // Every style whose graphs are loaded.
+    void WriteBackCachedStyles() const;
+    // Notes the style at ix (about to be removed), so that the next clean-up
+    // removes its file.
+    void RememberStyleIdentifierAtIxForCleanupOnNextWriteBack(size_t ix);
+    // Removes the files of the styles noted, unless a style of that
+    // identifier is back in the list.
+    void CleanUpStoredStyles();
+    // Drops the loaded graphs of the style at ix, so that its next use reads
+    // its file again; nothing for an index outside the list.
+    void PurgeStyleAtIndex(size_t ix);
+
 private:
     TGenUrl mStyleGraphsFolderURL;
+    std::vector<std::string> mIdentifiersForCleanup;
 };

@@ -49,7 +49,9 @@ public:
     }
 };
 
-inline constinit const CGenEvSignTime CGenEvSignTime_Default44 {0.0f, CGenSignTime_Default44, 1};
+// Spelled out rather than read from CGenSignTime_Default44, which a constant
+// initialiser may not read.
+inline constinit const CGenEvSignTime CGenEvSignTime_Default44 {0.0f, CGenSignTime(4, 2), 1};
 
 // Failure value of the beat-to-time conversions (nanoseconds).
 using TGenNanoLength = int64_t;
