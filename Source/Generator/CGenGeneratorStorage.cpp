@@ -133,7 +133,9 @@ bool CGenGenerator::DeserializeFromPath(const std::string& path)
     if (bytes && !ok) {
         libs.clear();
         legacy = TGenLegacyGlobalLuaScript();
-        ok = ReadGeneratorArchive<boost::archive::binary_iarchive>(*bytes, libs, legacy, reason);
+        std::string binaryReason;
+        ok = ReadGeneratorArchive<boost::archive::binary_iarchive>(*bytes, libs, legacy, binaryReason);
+        reason = "as text: " + reason + "; as binary: " + binaryReason;
     }
     if (ok) {
         mGenreLibs = std::move(libs);
