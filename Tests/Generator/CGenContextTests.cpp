@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -221,4 +223,52 @@ TEST(CGenSignTimeDefault, InBarConversions)
     EXPECT_TRUE(GenIsUndef(CGenSignTimeDefault::BeatPosAbsFromSTDefaultOrTargetToSTTarget(1.0f, F::Default, none)));
     EXPECT_EQ(CGenSignTimeDefault::ConvertBarNrInternFromSTTargetToSTDefault(none, 3), TGenBarNr_Undef);
     EXPECT_TRUE(GenIsUndef(CGenSignTimeDefault::BarStartPosAbsSTTarget(1, none)));
+}
+
+TEST(CGenCharContext, PlaceholderPatternsCoverTheRangeAndMarkTheChoice)
+{
+    // 7/8 bars from 8: 8, 11.5, 15, 18.5.
+    Song song(9.0f);
+    CGenPatternModAndProbs mods;
+    const auto starts = [&mods] {
+        std::vector<std::pair<float, float>> r;
+        for (const CGenPatternModAndProb& el : mods)
+            r.emplace_back(el.mBeatPosAbs, el.Length());
+        return r;
+    };
+    // A pickup of 2.5 at the start (9), two one-bar patterns from the next
+    // bar line (11.5, then 15), and a last one of 1 beat at 18.5; lengths are
+    // in the 4/4 frame.
+    EXPECT_EQ(song.cc.CreatePlaceholderPatternsFromParams(mods, 2, 1, 2.5f, 1.0f), "");
+    EXPECT_EQ(starts(), (std::vector<std::pair<float, float>> {{9.0f, 2.5f}, {11.5f, 4.0f}, {15.0f, 4.0f}, {18.5f, 1.0f}}));
+    EXPECT_TRUE(song.context.mGraphMadeTheChoice);
+    EXPECT_EQ(mods.STDefaultOrTarget(), TSTDefaultOrTarget::Default);
+    // Empty new patterns of the layer, for a script to fill.
+    EXPECT_TRUE(mods.front().PatternIsModified());
+    EXPECT_TRUE(mods.front().PatternToBeRead().mEvs.empty());
+
+    // Each refusal names its condition and leaves the list alone.
+    const size_t count = mods.size();
+    EXPECT_EQ(song.cc.CreatePlaceholderPatternsFromParams(mods, 1, 1, 0.0f, -1.0f), "lastPatternBeatLength should be >= 0");
+    EXPECT_EQ(song.cc.CreatePlaceholderPatternsFromParams(mods, 1, 1, -1.0f, 0.0f), "pickupBeatLength should be >= 0");
+    EXPECT_EQ(song.cc.CreatePlaceholderPatternsFromParams(mods, -1, 1, 0.0f, 0.0f), "numberOfPatternsExceptPickup should be >= 0");
+    EXPECT_EQ(song.cc.CreatePlaceholderPatternsFromParams(mods, 1, 0, 0.0f, 0.0f), "createdPatternLengthInBars should be > 0");
+    EXPECT_EQ(mods.size(), count);
+
+    // Over the generate range from 8, 10 beats: bars at 8 and 11.5 are
+    // whole, 15 is cut by the end at 18 to 3 beats.
+    Song range(8.0f);
+    CGenPatternModAndProbs made;
+    EXPECT_EQ(range.cc.CreatePlaceholderPatternsFromGenerateRange(made, false), "");
+    mods = made;
+    EXPECT_EQ(starts(), (std::vector<std::pair<float, float>> {{8.0f, 4.0f}, {11.5f, 4.0f}, {15.0f, 3.0f}}));
+    EXPECT_FALSE(range.context.mGraphMadeTheChoice);
+    range.params.mGenerateLength = TGenBeatLength_Undef;
+    EXPECT_EQ(range.cc.CreatePlaceholderPatternsFromGenerateRange(made, true),
+        "GenerateLength should be >= 0, information is needed if PatternsCreatePlaceholders is called with 0 params");
+    CGenCharContext none;
+    EXPECT_EQ(none.CreatePlaceholderPatternsFromParams(made, 1, 1, 0.0f, 0.0f),
+        "GenerateStartPosAbs should be >= 0, information is needed if PatternsCreatePlaceholders is called with 0 params");
+    EXPECT_EQ(none.NearestClavePatternInfos(), nullptr);
+    EXPECT_EQ(range.cc.NearestClavePatternInfos(), &range.context.mNearestClavePatternInfos);
 }
