@@ -20,7 +20,9 @@ CGenPattern BundlePattern(int i, int mb1)
     for (int step = 0; step < 16; ++step)
         if ((step + i) % 3 != 0)
             evs.InsertAtBeatPos(CGenEv(0.25f * step, 0.2f, st_NoteOn, mb1, step % 4 == 0 ? 110 : 70));
-    return CGenPattern("p" + std::to_string(i), evs);
+    std::string name("p");
+    name += std::to_string(i);
+    return CGenPattern(name, evs);
 }
 
 struct TBenchBundle {
@@ -45,7 +47,7 @@ struct TBenchBundle {
             auto list = std::make_shared<CGenPatterns>();
             for (int i = 0; i < 50; ++i)
                 list->push_back(BundlePattern(i, mb1));
-            generator.PatternsPool().addPatternsForIdentifier(list, "list" + std::to_string(l));
+            generator.PatternsPool().addPatternsForIdentifier(list, std::string("list").append(std::to_string(l)));
         }
         generator.SaveToURL(mUrl);
     }

@@ -22,7 +22,7 @@ grep -q "content library not found: $work/none.glibb" <<<"$out" || fail "missing
 mkdir "$work/empty.glibb"
 out=$("$zkgen" generate --library "$work/empty.glibb" 2>&1); rc=$?
 [ $rc -ne 0 ] && [ $rc -lt 128 ] || fail "empty library: rc $rc"
-grep -q "holds no genres" <<<"$out" || fail "empty library said: $out"
+grep -q "can't be loaded" <<<"$out" || fail "empty library said: $out"
 
 # Bad region input.
 out=$("$zkgen" generate --builtin-default-genre --time-signature 7/9 2>&1); rc=$?
@@ -52,4 +52,20 @@ grep -q "uid 0x12111000" <<<"$out" || fail "inst resolve said: $out"
 out=$("$zkgen" inst convert 0x14101400 --mapping ctrl) || fail "inst convert exited non-zero"
 grep -q "ctr 4 value 64" <<<"$out" && grep -q "note 42" <<<"$out" || fail "inst convert said: $out"
 "$zkgen" inst convert zz >/dev/null 2>&1 && fail "bad uid accepted"
+# Bundles: made, shown, checked, played, and refused when damaged.
+b="$work/Made.glibb"
+"$zkgen" bundle create "$b" || fail "bundle create exited non-zero"
+[ -f "$b/library.glib" ] && [ -d "$b/StyleGraphs" ] || fail "bundle create made no bundle"
+"$zkgen" bundle create "$b" >/dev/null 2>&1 && fail "bundle create overwrote a bundle"
+out=$("$zkgen" bundle info "$b") || fail "bundle info exited non-zero"
+grep -q "Genre DefaultGenre" <<<"$out" && grep -q "style Default" <<<"$out" || fail "bundle info said: $out"
+out=$("$zkgen" bundle check "$b") || fail "bundle check exited non-zero: $out"
+grep -q "No faults found." <<<"$out" || fail "bundle check said: $out"
+out=$("$zkgen" generate --library "$b" --bars 2) || fail "generate --library on a bundle exited non-zero"
+grep -q "Performance: 0 events" <<<"$out" || fail "generate --library said: $out"
+printf 'damaged' >"$b/library.glib"
+out=$("$zkgen" bundle info "$b" 2>&1); rc=$?
+[ $rc -eq 1 ] || fail "damaged bundle info: rc $rc"
+grep -q "can't be loaded" <<<"$out" || fail "damaged bundle info said: $out"
+"$zkgen" bundle check "$work/none.glibb" >/dev/null 2>&1 && fail "bundle check of nothing succeeded"
 echo "zkgen cli: ok"

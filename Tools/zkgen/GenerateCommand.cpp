@@ -123,9 +123,14 @@ int RunGenerate(const GenerateOptions& o)
                         "or use --builtin-default-genre to check the set-up");
         if (!ZKFileExists(library))
             return Fail("content library not found: " + library);
-        // Bundles load with the library storage; until then any library is
-        // one without genres.
-        return Fail("content library " + library + " holds no genres that this engine can play");
+        // The storage log says why a load failed; its line goes to stderr at
+        // the warning level, so name the usual causes here.
+        if (!generator.LoadFromURL(library))
+            return Fail("content library " + library
+                + " can't be loaded: it is neither a bundle (a folder with StyleGraphs) nor a readable library "
+                  "archive");
+        if (generator.GenreLibs().empty())
+            return Fail("content library " + library + " holds no genres that this engine can play");
     }
 
     CGenGeneratorParams params(static_cast<float>(length), -1);

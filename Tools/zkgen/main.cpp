@@ -1,5 +1,6 @@
 // zkgen: the command-line front end of the engine.
 
+#include "BundleCommands.h"
 #include "GenerateCommand.h"
 #include "InstCommands.h"
 #include "StyleCommands.h"
@@ -22,6 +23,7 @@ int main(int argc, char** argv)
     zkgen::cli::AddGenerateCommand(app, generateOptions, exitCode);
     zkgen::cli::AddInstCommands(app, exitCode);
     zkgen::cli::AddStyleCommands(app, exitCode);
+    zkgen::cli::AddBundleCommands(app, exitCode);
 
     try {
         app.parse(argc, argv);

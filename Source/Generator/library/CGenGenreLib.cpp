@@ -230,8 +230,10 @@ CGenGenreLib& CGenGenreLibs::CreateDefaultGenre()
 {
     CGenGenreLib& g = emplace_back("DefaultGenre");
     for (auto& l : g.mInstLibs)
-        if (l.mStyles.empty())
+        if (l.mStyles.empty()) {
             l.mStyles.push_back(CGenStyle("Default"));
+            l.mStyles.back().StyleGraphs().MakeEntries();
+        }
     return g;
 }
 

@@ -154,7 +154,7 @@ public:
     // One clock seed drawn here, handed to every graph.
     void RandomSeedWithSystemClock();
     // Appends a new genre named "DefaultGenre": one drum library with one
-    // style ("Default") and no patterns.
+    // style ("Default", no graphs yet) and no patterns.
     CGenGenreLib& CreateDefaultGenre();
 
     // "GenreLib " after the prefix; each genre with ", ix", its index and a

@@ -120,6 +120,12 @@ void CGenStyleGraphs::SetStyleGraphForKey(std::unique_ptr<CGenGFModule> graph, c
     (*mEntries)[key] = std::move(graph);
 }
 
+void CGenStyleGraphs::MakeEntries()
+{
+    if (!mEntries)
+        mEntries.emplace();
+}
+
 void CGenStyleGraphs::RemoveAllEntries()
 {
     mEntries.reset();

@@ -59,6 +59,9 @@ public:
     const TEntries* Entries() const { return mEntries ? &*mEntries : nullptr; }
     // True once a load has made the entries, even empty ones.
     bool HasEntries() const { return mEntries.has_value(); }
+    // Makes empty entries when there are none: a style without graphs yet,
+    // which saves and loads as such.
+    void MakeEntries();
     // Drops the entries (back to null) and empties the properties.
     void RemoveAllEntries();
     // Ends the run of every graph; a graph that isn't running raises

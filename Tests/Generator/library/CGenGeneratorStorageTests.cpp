@@ -23,6 +23,14 @@ namespace {
 
 int Uid(const char* path) { return GenInstTreeUidToMB1(GenDrumInstTreeV1().FindUidWithPath(path)); }
 
+// "<prefix><i>", built by appending (gcc 12 warns falsely about "p" + string).
+std::string Numbered(const char* prefix, int i)
+{
+    std::string name(prefix);
+    name += std::to_string(i);
+    return name;
+}
+
 CGenPattern Bar(const std::string& name, const char* path, int accent)
 {
     CGenEvs evs(4.0f);
@@ -38,9 +46,9 @@ void FillDrummer(CGenGenerator& generator, int count = 3)
     generator.CreateDefaultGenre();
     CGenInstLib& lib = *generator.GenreLibs().FindInstLib(kDefaultGenre, TGenInstType_Drums);
     for (int i = 0; i < count; ++i) {
-        lib.PatternGraph(TPatternGraphType_AccentFamily).AddPattern(Bar("kick" + std::to_string(i), "Drums.Ki", i % 8));
+        lib.PatternGraph(TPatternGraphType_AccentFamily).AddPattern(Bar(Numbered("kick", i), "Drums.Ki", i % 8));
         lib.PatternGraph(TPatternGraphType_System)
-            .AddPattern(Bar("hat" + std::to_string(i), "Drums.Hh.note.hit.move.static.stroke.s3r", (i + 3) % 8));
+            .AddPattern(Bar(Numbered("hat", i), "Drums.Hh.note.hit.move.static.stroke.s3r", (i + 3) % 8));
     }
     lib.mStyles[0].StyleGraphs().SetStyleGraphForKey(std::make_unique<CGenGFModule>(), kStyleGraphKey_AccentFam);
 }
@@ -293,8 +301,8 @@ TEST(CGenGeneratorStorage, ASaveKilledAtAnyMomentLeavesALoadableBundle)
     for (int i = 0; i < 20; ++i) {
         auto list = std::make_shared<CGenPatterns>();
         for (int j = 0; j < 50; ++j)
-            list->push_back(Bar("p" + std::to_string(j), "Drums.Sn", j % 8));
-        generator.PatternsPool().addPatternsForIdentifier(list, "list" + std::to_string(i));
+            list->push_back(Bar(Numbered("p", j), "Drums.Sn", j % 8));
+        generator.PatternsPool().addPatternsForIdentifier(list, Numbered("list", i));
     }
     ASSERT_TRUE(generator.SaveToURL(url));
     std::mt19937 random(12345);
