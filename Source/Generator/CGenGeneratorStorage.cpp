@@ -12,6 +12,7 @@
 #include <boost/archive/text_iarchive.hpp>
 #include <boost/archive/text_oarchive.hpp>
 
+#include <algorithm>
 #include <sstream>
 
 namespace {
@@ -75,6 +76,20 @@ TGenUrl ResolvedURL(const TGenUrl& url)
     return std::filesystem::absolute(url).lexically_normal();
 }
 
+// A binary archive begins with the 8-byte length 22 and the text
+// "serialization::archive"; anything else is not tried as one, since the
+// reader would take garbage for the length of that text.
+bool LooksLikeBinaryArchive(const TGenData& bytes)
+{
+    static const std::string kSignature = "serialization::archive";
+    if (bytes.size() < 8 + kSignature.size() || bytes[0] != kSignature.size())
+        return false;
+    for (size_t i = 1; i < 8; ++i)
+        if (bytes[i] != 0)
+            return false;
+    return std::equal(kSignature.begin(), kSignature.end(), bytes.begin() + 8);
+}
+
 template <class TIArchive>
 bool ReadGeneratorArchive(const TGenData& bytes, CGenGenreLibs& libs, TGenLegacyGlobalLuaScript& legacy,
     std::string& reason)
@@ -133,8 +148,9 @@ bool CGenGenerator::DeserializeFromPath(const std::string& path)
     if (bytes && !ok) {
         libs.clear();
         legacy = TGenLegacyGlobalLuaScript();
-        std::string binaryReason;
-        ok = ReadGeneratorArchive<boost::archive::binary_iarchive>(*bytes, libs, legacy, binaryReason);
+        std::string binaryReason = "not a binary archive";
+        if (LooksLikeBinaryArchive(*bytes))
+            ok = ReadGeneratorArchive<boost::archive::binary_iarchive>(*bytes, libs, legacy, binaryReason);
         reason = "as text: " + reason + "; as binary: " + binaryReason;
     }
     if (ok) {

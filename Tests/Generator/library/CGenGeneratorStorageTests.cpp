@@ -7,6 +7,7 @@
 #include "Platform/ZKLog.h"
 #include "TestSupport/TempDir.h"
 
+#include <boost/archive/binary_oarchive.hpp>
 #include <gtest/gtest.h>
 
 #include <signal.h>
@@ -16,6 +17,7 @@
 #include <algorithm>
 #include <random>
 #include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -149,6 +151,24 @@ TEST(CGenGeneratorStorage, RawLibrariesAndFolderChoice)
     EXPECT_EQ(Play(original), Play(loaded));
     // Too short a path.
     EXPECT_FALSE(loaded.DeserializeFromPath("x"));
+
+    // A binary archive of the library is read when the text reading fails.
+    std::ostringstream os;
+    {
+        boost::archive::binary_oarchive oa(os);
+        zkgen::TGenGeneratorArchive archive {&original.GenreLibs(), nullptr};
+        oa << archive;
+    }
+    const std::string binary = os.str();
+    const TGenUrl binaryPath = dir.Path() / "Binary.glib";
+    ASSERT_TRUE(ZKFileWriteAtomically(binaryPath, TGenData(binary.begin(), binary.end())));
+    CGenGenerator fromBinary;
+    ASSERT_TRUE(fromBinary.LoadFromURL(binaryPath));
+    EXPECT_EQ(Play(original), Play(fromBinary));
+    // Cut short, it fails like any damaged archive.
+    ASSERT_TRUE(ZKFileWriteAtomically(binaryPath, TGenData(binary.begin(), binary.begin() + binary.size() / 2)));
+    EXPECT_FALSE(fromBinary.LoadFromURL(binaryPath));
+    EXPECT_EQ(Play(original), Play(fromBinary));
 }
 
 TEST(CGenGeneratorStorage, FailedLoadsKeepTheContentAndNameTheirCause)
