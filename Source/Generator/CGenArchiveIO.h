@@ -3,6 +3,8 @@
 // Boost text archives of one stored object through memory or a file. Archive
 // and file errors end as false, never as an exception.
 
+#include "Platform/ZKFileOps.h"
+
 #include <boost/archive/text_iarchive.hpp>
 #include <boost/archive/text_oarchive.hpp>
 
@@ -40,24 +42,15 @@ bool LoadTextArchiveFromData(T& object, const std::vector<uint8_t>& data)
     }
 }
 
-// `outReason`, when given, receives why a call failed.
+// `outReason`, when given, receives why a call failed. The file is written
+// atomically: readers see the old content or the new, never a part.
 template <class T>
 bool SaveTextArchiveToPath(const T& object, const std::string& path, std::string* outReason = nullptr)
 {
-    std::string reason = "the file can't be opened";
+    std::string reason;
     try {
-        std::ofstream os(path);
-        if (os) {
-            {
-                boost::archive::text_oarchive oa(os);
-                oa << object;
-            }
-            // Closing flushes: a full disk shows only here.
-            os.close();
-            if (!os.fail())
-                return true;
-            reason = "the file can't be written";
-        }
+        if (ZKFileWriteAtomically(path, SaveTextArchiveToData(object), &reason))
+            return true;
     } catch (const std::exception& e) {
         reason = e.what();
     }
@@ -66,19 +59,16 @@ bool SaveTextArchiveToPath(const T& object, const std::string& path, std::string
     return false;
 }
 
+// Reads into `object` directly: callers that must not see half a read load
+// into an object of their own.
 template <class T>
 bool LoadTextArchiveFromPath(T& object, const std::string& path, std::string* outReason = nullptr)
 {
-    std::string reason = "the file can't be opened";
-    try {
-        std::ifstream is(path);
-        if (is) {
-            boost::archive::text_iarchive ia(is);
-            ia >> object;
+    std::string reason;
+    if (const auto data = ZKFileRead(path, &reason)) {
+        if (LoadTextArchiveFromData(object, *data))
             return true;
-        }
-    } catch (const std::exception& e) {
-        reason = e.what();
+        reason = "the archive is damaged or of another kind";
     }
     if (outReason)
         *outReason = reason;

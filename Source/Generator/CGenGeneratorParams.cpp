@@ -1,8 +1,8 @@
 #include "Generator/CGenGeneratorParams.h"
 
-#include "Generator/library/CGenGenreLibs.h"
-
 #include "Generator/CGenArchiveIO.h"
+#include "Generator/library/CGenGenreLibs.h"
+#include "Platform/ZKLog.h"
 
 #include <algorithm>
 
@@ -169,13 +169,28 @@ bool CGenGeneratorParams::DeserializeFromData(const std::vector<uint8_t>& data)
     return true;
 }
 
-bool CGenGeneratorParams::SerializeToPath(const std::string& path) const { return zkgen::SaveTextArchiveToPath(*this, path); }
+bool CGenGeneratorParams::SerializeToPath(const std::string& path) const
+{
+    std::string reason;
+    if (zkgen::SaveTextArchiveToPath(*this, path, &reason))
+        return true;
+    ZKLogf(ZKLogCategory_GeneratorStorage, "CGenGeneratorParams SerializeToPath '%{public}s' failed with reason: %{public}s",
+        {path, reason});
+    return false;
+}
 
 bool CGenGeneratorParams::DeserializeFromPath(const std::string& path)
 {
-    if (!zkgen::LoadTextArchiveFromPath(*this, path))
+    // Loaded aside, so that a failure leaves the params as they were.
+    CGenGeneratorParams loaded;
+    std::string reason;
+    if (!zkgen::LoadTextArchiveFromPath(loaded, path, &reason)) {
+        ZKLogf(ZKLogCategory_GeneratorStorage,
+            "CGenGeneratorParams DeserializeFromPath '%{public}s' failed with reason: %{public}s", {path, reason});
         return false;
-    ReplaceIfOutdated(*this);
+    }
+    ReplaceIfOutdated(loaded);
+    *this = std::move(loaded);
     return true;
 }
 

@@ -59,5 +59,5 @@ struct TGenGeneratorArchive {
 
 } // namespace zkgen
 
-BOOST_CLASS_VERSION(zkgen::TGenGeneratorArchive, 2)
+BOOST_CLASS_VERSION(zkgen::TGenGeneratorArchive, zkgen::TGenGeneratorArchive::kVersion)
 BOOST_CLASS_TRACKING(zkgen::TGenGeneratorArchive, boost::serialization::track_never)

@@ -452,8 +452,12 @@ TEST(CGenEvsArchive, PathsAndBadFiles)
 
     const auto texts = log.Texts(ZKLogCategory_GeneratorStorage);
     ASSERT_EQ(texts.size(), 3u);
-    EXPECT_EQ(texts[0], "CGenEvs SerializeToPath '" + missingDir + "' failed with reason: the file can't be opened");
-    EXPECT_EQ(texts[1], "CGenEvs DeserializeFromPath '" + nothing + "' failed with reason: the file can't be opened");
-    EXPECT_EQ(texts[2].rfind("CGenEvs DeserializeFromPath '" + garbage + "' failed with reason: ", 0), 0u) << texts[2];
+    // The reasons name the path and what the system said.
+    EXPECT_EQ(texts[0], "CGenEvs SerializeToPath '" + missingDir + "' failed with reason: cannot write " + missingDir
+            + ": No such file or directory");
+    EXPECT_EQ(texts[1], "CGenEvs DeserializeFromPath '" + nothing + "' failed with reason: cannot read " + nothing
+            + ": No such file or directory");
+    EXPECT_EQ(texts[2], "CGenEvs DeserializeFromPath '" + garbage
+            + "' failed with reason: the archive is damaged or of another kind");
     std::filesystem::remove_all(dir);
 }

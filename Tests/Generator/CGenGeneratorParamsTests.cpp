@@ -1,12 +1,15 @@
 #include "Generator/CGenGeneratorParams.h"
+#include "Platform/ZKLog.h"
 
 #include <boost/archive/binary_iarchive.hpp>
 #include <boost/archive/binary_oarchive.hpp>
 #include <boost/archive/text_iarchive.hpp>
 #include <boost/archive/text_oarchive.hpp>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 
 namespace {
@@ -307,6 +310,21 @@ TEST(CGenGeneratorParams, DamagedArchiveIsRefused)
     EXPECT_FALSE(p.DeserializeFromData(data));
     EXPECT_FALSE(p.DeserializeFromData({'x', 'y'}));
     EXPECT_FALSE(p.DeserializeFromPath("/nonexistent/zkgen/params.txt"));
+
+    // A damaged file leaves the params as they were and says why.
+    const auto path = std::filesystem::temp_directory_path() / ("zkgen_params_bad_" + std::to_string(::getpid()));
+    {
+        std::ofstream os(path);
+        os << "22 serialization::archive 18 0 17 garbage";
+    }
+    CGenGeneratorParams kept = SampleParams();
+    ZKLogCapture log;
+    EXPECT_FALSE(kept.DeserializeFromPath(path.string()));
+    EXPECT_EQ(kept.SerializeToData(), SampleParams().SerializeToData());
+    EXPECT_EQ(log.Texts(ZKLogCategory_GeneratorStorage),
+        std::vector<std::string> {"CGenGeneratorParams DeserializeFromPath '" + path.string()
+            + "' failed with reason: the archive is damaged or of another kind"});
+    std::filesystem::remove(path);
 }
 
 TEST(CGenGeneratorParams, TraceNamesItsParts)

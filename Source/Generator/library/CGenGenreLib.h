@@ -83,10 +83,12 @@ public:
         ar& make_nvp("mGrooves", mGrooves);
         ar& make_nvp("mArticPatterns", mArticPatterns);
     }
+    static constexpr unsigned int kClassVersion = 5;
     template <class Archive>
     void load(Archive& ar, const unsigned int version)
     {
         using boost::serialization::make_nvp;
+        zkgen::RefuseNewerClassVersion("CGenGenreLib", version, kClassVersion);
         ar& make_nvp("mGenre", mGenre);
         *mPimpl = Pimpl();
         if (version >= 4)
@@ -128,7 +130,7 @@ public:
 private:
     std::unique_ptr<Pimpl> mPimpl;
 };
-BOOST_CLASS_VERSION(CGenGenreLib, 5)
+BOOST_CLASS_VERSION(CGenGenreLib, CGenGenreLib::kClassVersion)
 
 // The genres of the loaded content, searched by exact name.
 class CGenGenreLibs : public std::vector<CGenGenreLib> {

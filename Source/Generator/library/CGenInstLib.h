@@ -94,10 +94,12 @@ public:
         if (hasTree)
             ar& make_nvp("mInstTree", *mInstTree);
     }
+    static constexpr unsigned int kClassVersion = 2;
     template <class Archive>
     void load(Archive& ar, const unsigned int version)
     {
         using boost::serialization::make_nvp;
+        zkgen::RefuseNewerClassVersion("CGenInstLib", version, kClassVersion);
         int type = TGenInstType_Drums;
         ar& make_nvp("mInstType", type);
         mInstType = static_cast<_TGenInstType>(type);
@@ -137,7 +139,7 @@ private:
 
     std::shared_ptr<const CGenInstTree> mInstTree;
 };
-BOOST_CLASS_VERSION(CGenInstLib, 2)
+BOOST_CLASS_VERSION(CGenInstLib, CGenInstLib::kClassVersion)
 
 // The instrument libraries of a genre. Each change is bracketed by the
 // notifications "GenToolInstLibsWillUpdateNotification" and

@@ -1,11 +1,13 @@
 #include "Generator/library/CGenGenreLibs.h"
 #include "Generator/patterns/CGenPatternGraphBoost.h"
-
+#include "Platform/ZKLog.h"
 #include "Platform/ZKNotificationCenter.h"
 #include "TestSupport/ArchiveRoundTrip.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -450,4 +452,23 @@ TEST(CGenPatternGraphBoost, TruncatedArchiveForgetsTheClaveLibrariesItMade)
         EXPECT_EQ(cut.PatternCount(), 1u);
     }
     EXPECT_GE(cutsInLibs, 3);
+}
+
+TEST(CGenGenreLib, AnArchiveOfANewerClassVersionIsRefusedByName)
+{
+    // Boost would read a newer archive as if it were the current one; the
+    // genre refuses it and says which class it was.
+    const std::string text = ToTextArchive(RichGenre());
+    static const std::regex version(R"((serialization::archive \d+ 0 )5 )");
+    const std::string newer = std::regex_replace(text, version, "$016 ", std::regex_constants::format_first_only);
+    ASSERT_NE(newer, text);
+    ZKLogCapture log;
+    CGenGenreLib loaded;
+    EXPECT_FALSE(FromTextArchive(newer, loaded));
+    const auto lines = log.Texts(ZKLogCategory_GeneratorStorage);
+    EXPECT_NE(std::find(lines.begin(), lines.end(), "Archive of CGenGenreLib has class version 6; this engine reads up to 5"),
+        lines.end());
+    // The current version still reads.
+    CGenGenreLib same;
+    EXPECT_TRUE(FromTextArchive(text, same));
 }
