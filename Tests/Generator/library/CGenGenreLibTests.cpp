@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -459,8 +458,13 @@ TEST(CGenGenreLib, AnArchiveOfANewerClassVersionIsRefusedByName)
     // Boost would read a newer archive as if it were the current one; the
     // genre refuses it and says which class it was.
     const std::string text = ToTextArchive(RichGenre());
-    static const std::regex version(R"((serialization::archive \d+ 0 )5 )");
-    const std::string newer = std::regex_replace(text, version, "$016 ", std::regex_constants::format_first_only);
+    // The header is "<n> serialization::archive <boost version> 0 5 ".
+    std::string newer = text;
+    const size_t at = newer.find("serialization::archive ");
+    ASSERT_NE(at, std::string::npos);
+    const size_t versionAt = newer.find(' ', at + 23) + 3;
+    ASSERT_EQ(newer.compare(versionAt - 3, 5, " 0 5 "), 0);
+    newer[versionAt] = '6';
     ASSERT_NE(newer, text);
     ZKLogCapture log;
     CGenGenreLib loaded;
