@@ -38,6 +38,18 @@ void LogStorage(std::string_view format, std::initializer_list<ZKLogArg> args)
     ZKLogf(ZKLogCategory_GeneratorStorage, format, args);
 }
 
+// The details every load and save notice carries: who sent it and, when
+// given, the place.
+TGenDict NoticeDetails(const void* sender, const char* senderKey, const char* urlKey = nullptr,
+    const TGenUrl& url = TGenUrl())
+{
+    TGenDict details;
+    details.SetValueForKey(static_cast<int64_t>(reinterpret_cast<intptr_t>(sender)), senderKey);
+    if (urlKey)
+        details.SetValueForKey(url.string(), urlKey);
+    return details;
+}
+
 void SetError(TGenStorageError* error, const std::string& description)
 {
     if (error)
@@ -214,11 +226,7 @@ bool CGenGenerator::LoadFromURL(const TGenUrl& url)
 
 bool CGenGenerator::LoadBundleFromURL(const TGenUrl& url)
 {
-    const auto sender = static_cast<int64_t>(reinterpret_cast<intptr_t>(this));
-    TGenDict will;
-    will.SetValueForKey(sender, kLoadSender);
-    will.SetValueForKey(url.string(), kLoadURL);
-    ZKNotificationCenter::DefaultCenter().Post(kWillLoad, will);
+    ZKNotificationCenter::DefaultCenter().Post(kWillLoad, NoticeDetails(this, kLoadSender, kLoadURL, url));
 
     const CGeneratorLibraryBundleLocations places(url);
     const bool ok = DeserializeFromPath(places.DefaultRawLibraryURL().string());
@@ -247,9 +255,7 @@ bool CGenGenerator::LoadBundleFromURL(const TGenUrl& url)
     ClearLuaStateCache();
     ClearClaveCaches();
 
-    TGenDict did;
-    did.SetValueForKey(sender, kLoadSender);
-    did.SetValueForKey(url.string(), kLoadURL);
+    TGenDict did = NoticeDetails(this, kLoadSender, kLoadURL, url);
     did.SetValueForKey(mLibraryBundleLocations->DemoWindowURL().string(), kLoadDemoWindowURL);
     did.SetValueForKey(mLibraryBundleLocations->EmbeddedDemoWindowURL().string(), kLoadEmbeddedDemoWindowURL);
     ZKNotificationCenter::DefaultCenter().Post(kDidLoad, did);
@@ -258,9 +264,7 @@ bool CGenGenerator::LoadBundleFromURL(const TGenUrl& url)
 
 bool CGenGenerator::LoadRawLibraryFromURL(const TGenUrl& url)
 {
-    const auto sender = static_cast<int64_t>(reinterpret_cast<intptr_t>(this));
-    TGenDict details;
-    details.SetValueForKey(sender, kLoadSender);
+    const TGenDict details = NoticeDetails(this, kLoadSender);
     ZKNotificationCenter::DefaultCenter().Post(kWillLoad, details);
     const bool ok = DeserializeFromPath(url.string());
     if (ok) {
@@ -283,11 +287,7 @@ bool CGenGenerator::LoadRawLibraryFromURL(const TGenUrl& url)
 bool CGenGenerator::SaveToURL(const TGenUrl& target, TGenStorageError* error)
 {
     const TGenUrl url = ResolvedURL(target);
-    const auto sender = static_cast<int64_t>(reinterpret_cast<intptr_t>(this));
-    TGenDict will;
-    will.SetValueForKey(sender, kSaveSender);
-    will.SetValueForKey(url.string(), kSaveURL);
-    ZKNotificationCenter::DefaultCenter().Post(kWillSave, will);
+    ZKNotificationCenter::DefaultCenter().Post(kWillSave, NoticeDetails(this, kSaveSender, kSaveURL, url));
 
     std::string reason;
     const TGenUrl oldRoot = mLibraryBundleLocations->RootURL();
@@ -369,9 +369,7 @@ bool CGenGenerator::SaveToURL(const TGenUrl& target, TGenStorageError* error)
         ZKFileRemove(valuesFile);
     }
     LogStorage("Save FINISHED '%{public}@'", {url.string()});
-    TGenDict did;
-    did.SetValueForKey(sender, kSaveSender);
-    did.SetValueForKey(url.string(), kSaveURL);
+    TGenDict did = NoticeDetails(this, kSaveSender, kSaveURL, url);
     did.SetValueForKey(mLibraryBundleLocations->DemoWindowURL().string(), kSaveDemoWindowURL);
     did.SetValueForKey(mLibraryBundleLocations->EmbeddedDemoWindowURL().string(), kSaveEmbeddedDemoWindowURL);
     ZKNotificationCenter::DefaultCenter().Post(kDidSave, did);
