@@ -3,9 +3,9 @@
 // Boost text archives of one stored object through memory or a file. Archive
 // and file errors end as false, never as an exception.
 
+#include "Generator/CGenSafeArchive.h"
 #include "Platform/ZKFileOps.h"
 
-#include <boost/archive/text_iarchive.hpp>
 #include <boost/archive/text_oarchive.hpp>
 
 #include <cstdint>
@@ -29,15 +29,21 @@ std::vector<uint8_t> SaveTextArchiveToData(const T& object)
 }
 
 // Reads into `object` directly: after a failure it holds what was read so far.
+// `outReason`, when given, receives why the archive was refused.
 template <class T>
-bool LoadTextArchiveFromData(T& object, const std::vector<uint8_t>& data)
+bool LoadTextArchiveFromData(T& object, const std::vector<uint8_t>& data, std::string* outReason = nullptr)
 {
     try {
-        std::istringstream is(std::string(data.begin(), data.end()));
-        boost::archive::text_iarchive ia(is);
+        TSafeTextIArchive ia(data.data(), data.size());
         ia >> object;
         return true;
-    } catch (const std::exception&) {
+    } catch (const std::exception& e) {
+        if (outReason)
+            *outReason = std::string("the archive is damaged or of another kind: ") + e.what();
+        return false;
+    } catch (...) {
+        if (outReason)
+            *outReason = "the archive is damaged or of another kind";
         return false;
     }
 }
@@ -66,9 +72,8 @@ bool LoadTextArchiveFromPath(T& object, const std::string& path, std::string* ou
 {
     std::string reason;
     if (const auto data = ZKFileRead(path, &reason)) {
-        if (LoadTextArchiveFromData(object, *data))
+        if (LoadTextArchiveFromData(object, *data, &reason))
             return true;
-        reason = "the archive is damaged or of another kind";
     }
     if (outReason)
         *outReason = reason;

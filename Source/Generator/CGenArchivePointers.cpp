@@ -1,6 +1,7 @@
 #include "Generator/CGenArchivePointers.h"
 
 #include "Generator/CGenSerialization.h"
+#include "Generator/CGenSafeArchive.h"
 #include "Platform/ZKLog.h"
 
 #include <algorithm>
@@ -65,7 +66,7 @@ void RefuseNewerClassVersion(const char* className, unsigned int version, unsign
         return;
     ZKLogf(ZKLogCategory_GeneratorStorage, "Archive of %{public}s has class version %{public}s; this engine reads up to %{public}s",
         {className, std::to_string(version), std::to_string(known)});
-    throw boost::archive::archive_exception(boost::archive::archive_exception::unsupported_class_version, className);
+    throw TArchiveRefused(std::string("the archive of ") + className + " has a newer class version");
 }
 
 } // namespace zkgen

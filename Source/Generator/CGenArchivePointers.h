@@ -14,12 +14,16 @@
 // read earlier (a shared or cyclic reference); a member that merely points
 // (a graph at its genre's clave libraries) may take one.
 
-#include <boost/archive/archive_exception.hpp>
+#include "Generator/CGenSafeArchive.h"
+
 #include <boost/serialization/nvp.hpp>
+#include <boost/serialization/singleton.hpp>
+#include <boost/serialization/type_info_implementation.hpp>
 
 #include <cstddef>
 #include <exception>
 #include <new>
+#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -76,7 +80,9 @@ enum class TArchivePointer {
 
 // Reads the pointer member `name`. `created` tells whether the caller now
 // owns the object. An owned member given an object read earlier throws, as
-// any damaged archive does, and nothing is leaked.
+// any damaged archive does, and nothing is leaked; a borrowing member given
+// an object read earlier gets it only when that object is of its class (the
+// archive's references name objects by number, whatever their class).
 template <class T, class Archive>
 T* LoadArchivePointer(Archive& ar, const char* name, TArchivePointer kind, bool& created)
 {
@@ -84,9 +90,16 @@ T* LoadArchivePointer(Archive& ar, const char* name, TArchivePointer kind, bool&
     T* p = nullptr;
     ar& boost::serialization::make_nvp(name, p);
     created = scope.Take(ArchiveObjectAddress(p));
-    if (p && !created && kind == TArchivePointer::Owned)
-        throw boost::archive::archive_exception(boost::archive::archive_exception::other_exception,
-            "an owned pointer refers to an object read before");
+    if (p && !created) {
+        if (kind == TArchivePointer::Owned)
+            throw TArchiveRefused(std::string("the owned pointer ") + name + " refers to an object read before");
+        if constexpr (std::is_base_of_v<TArchiveGuard, Archive>) {
+            const auto& eti = boost::serialization::singleton<
+                typename boost::serialization::type_info_implementation<T>::type>::get_const_instance();
+            if (!ar.HasReadObject(ArchiveObjectAddress(p), eti))
+                throw TArchiveRefused(std::string("the pointer ") + name + " refers to an object of another class");
+        }
+    }
     return p;
 }
 

@@ -8,8 +8,6 @@
 #include "Platform/ZKNotificationCenter.h"
 #include "Platform/ZKTime.h"
 
-#include <boost/archive/binary_iarchive.hpp>
-#include <boost/archive/text_iarchive.hpp>
 #include <boost/archive/text_oarchive.hpp>
 
 #include <algorithm>
@@ -107,8 +105,7 @@ bool ReadGeneratorArchive(const TGenData& bytes, CGenGenreLibs& libs, TGenLegacy
     std::string& reason)
 {
     try {
-        std::istringstream is(std::string(bytes.begin(), bytes.end()));
-        TIArchive ia(is);
+        TIArchive ia(bytes.data(), bytes.size());
         zkgen::TGenGeneratorArchive archive {&libs, &legacy};
         ia >> archive;
         return true;
@@ -156,13 +153,13 @@ bool CGenGenerator::DeserializeFromPath(const std::string& path)
     // the whole archive was read.
     CGenGenreLibs libs;
     TGenLegacyGlobalLuaScript legacy;
-    bool ok = bytes && ReadGeneratorArchive<boost::archive::text_iarchive>(*bytes, libs, legacy, reason);
+    bool ok = bytes && ReadGeneratorArchive<zkgen::TSafeTextIArchive>(*bytes, libs, legacy, reason);
     if (bytes && !ok) {
         libs.clear();
         legacy = TGenLegacyGlobalLuaScript();
         std::string binaryReason = "not a binary archive";
         if (LooksLikeBinaryArchive(*bytes))
-            ok = ReadGeneratorArchive<boost::archive::binary_iarchive>(*bytes, libs, legacy, binaryReason);
+            ok = ReadGeneratorArchive<zkgen::TSafeBinaryIArchive>(*bytes, libs, legacy, binaryReason);
         reason = "as text: " + reason + "; as binary: " + binaryReason;
     }
     if (ok) {

@@ -43,7 +43,6 @@ struct TGenGeneratorArchive {
     template <class Archive>
     void load(Archive& ar, const unsigned int version)
     {
-        RefuseNewerClassVersion("CGenGenerator", version, kVersion);
         ar& boost::serialization::make_nvp("mGenreLibs", *mGenreLibs);
         if (version == 1) {
             std::string script;

@@ -31,4 +31,8 @@ namespace zkgen {
 // fails instead, with a log line naming the class.
 void RefuseNewerClassVersion(const char* className, unsigned int version, unsigned int known);
 
+// For loads of values that bypass their setters (enumerations, counts, metre
+// values): a read value outside [min, max] is damage, and the read throws.
+void CheckArchiveRange(long long value, long long min, long long max, const char* what);
+
 } // namespace zkgen

@@ -47,10 +47,13 @@ inline constexpr float GenMulRegardingUndef(float a, float b)
 // Length in beats of a bar: 4 / 2^denomIx * nom.
 inline constexpr double GenBarLengthInBeats(int nom, int denomIx)
 {
+    // Past 1100 halvings or doublings a double is 0 or infinite already, so
+    // the loop stops there: a damaged metre cannot make it run for seconds.
+    const int steps = denomIx > 1100 ? 1100 : (denomIx < -1100 ? -1100 : denomIx);
     double denom = 1.0;
-    for (int i = 0; i < denomIx; ++i)
+    for (int i = 0; i < steps; ++i)
         denom *= 2.0;
-    for (int i = 0; i > denomIx; --i)
+    for (int i = 0; i > steps; --i)
         denom /= 2.0;
     return 4.0 / denom * nom;
 }

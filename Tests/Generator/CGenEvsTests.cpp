@@ -458,6 +458,6 @@ TEST(CGenEvsArchive, PathsAndBadFiles)
     EXPECT_EQ(texts[1], "CGenEvs DeserializeFromPath '" + nothing + "' failed with reason: cannot read " + nothing
             + ": No such file or directory");
     EXPECT_EQ(texts[2], "CGenEvs DeserializeFromPath '" + garbage
-            + "' failed with reason: the archive is damaged or of another kind");
+            + "' failed with reason: the archive is damaged or of another kind: input stream error");
     std::filesystem::remove_all(dir);
 }

@@ -323,7 +323,7 @@ TEST(CGenGeneratorParams, DamagedArchiveIsRefused)
     EXPECT_EQ(kept.SerializeToData(), SampleParams().SerializeToData());
     EXPECT_EQ(log.Texts(ZKLogCategory_GeneratorStorage),
         std::vector<std::string> {"CGenGeneratorParams DeserializeFromPath '" + path.string()
-            + "' failed with reason: the archive is damaged or of another kind"});
+            + "' failed with reason: the archive is damaged or of another kind: input stream error"});
     std::filesystem::remove(path);
 }
 

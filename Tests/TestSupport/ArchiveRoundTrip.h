@@ -3,9 +3,9 @@
 // Round trips of stored classes through the three Boost archive kinds, and the
 // pieces needed to hand-write an old text archive.
 
-#include <boost/archive/binary_iarchive.hpp>
+#include "Generator/CGenSafeArchive.h"
+
 #include <boost/archive/binary_oarchive.hpp>
-#include <boost/archive/text_iarchive.hpp>
 #include <boost/archive/text_oarchive.hpp>
 #include <boost/archive/xml_iarchive.hpp>
 #include <boost/archive/xml_oarchive.hpp>
@@ -28,13 +28,13 @@ std::string ToTextArchive(const T& v)
     return os.str();
 }
 
-// Reads `text` into `v`; false (and `v` as far as it got) on an archive error.
+// Reads `text` into `v` through the archive the library reads with; false
+// (and `v` as far as it got) on an archive error.
 template <class T>
 bool FromTextArchive(const std::string& text, T& v)
 {
     try {
-        std::istringstream is(text);
-        boost::archive::text_iarchive ia(is);
+        zkgen::TSafeTextIArchive ia(text.data(), text.size());
         ia >> v;
         return true;
     } catch (const std::exception&) {
@@ -58,8 +58,9 @@ T BinaryRoundTrip(const T& v)
         boost::archive::binary_oarchive oa(ss);
         oa << v;
     }
+    const std::string bytes = ss.str();
     T r;
-    boost::archive::binary_iarchive ia(ss);
+    zkgen::TSafeBinaryIArchive ia(bytes.data(), bytes.size());
     ia >> r;
     return r;
 }

@@ -5,6 +5,8 @@
 #include <boost/archive/xml_iarchive.hpp>
 #include <boost/archive/xml_oarchive.hpp>
 
+#include "Generator/CGenSafeArchive.h"
+
 #include "Generator/instruments/CGenInstTree.h"
 
 #include "Generator/instruments/CGenDrumMap.h"

@@ -7,6 +7,8 @@
 #include <boost/archive/xml_iarchive.hpp>
 #include <boost/archive/xml_oarchive.hpp>
 
+#include "Generator/CGenSafeArchive.h"
+
 #include "Generator/instruments/CGenInstTreeEntry.h"
 
 #include <stdexcept>

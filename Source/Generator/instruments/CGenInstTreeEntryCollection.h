@@ -41,21 +41,9 @@ public:
     void TraceStreamBrief(std::ostream& os) const;
 
     template <class Archive>
-    void save(Archive& ar, const unsigned int /*version*/) const
-    {
-        std::vector<CGenInstTreeEntry*> entries;
-        entries.reserve(size());
-        for (const CGenInstTreeEntry* e : *this)
-            entries.push_back(const_cast<CGenInstTreeEntry*>(e));
-        ar& boost::serialization::make_nvp("TCGenInstTreeEntryCollection", entries);
-    }
+    void save(Archive& ar, const unsigned int /*version*/) const;
     template <class Archive>
-    void load(Archive& ar, const unsigned int /*version*/)
-    {
-        std::vector<CGenInstTreeEntry*> entries;
-        ar& boost::serialization::make_nvp("TCGenInstTreeEntryCollection", entries);
-        assign(entries.begin(), entries.end());
-    }
+    void load(Archive& ar, const unsigned int /*version*/);
     BOOST_SERIALIZATION_SPLIT_MEMBER()
 };
 BOOST_CLASS_VERSION(CGenInstTreeEntryCollection, 0)
@@ -64,3 +52,72 @@ std::ostream& operator<<(std::ostream& os, const CGenInstTreeEntryCollection& c)
 
 // Archiving the members needs the complete entry classes.
 #include "Generator/instruments/CGenInstTreeEntry.h"
+
+#include "Generator/CGenArchivePointers.h"
+
+#include <boost/serialization/collection_size_type.hpp>
+#include <boost/serialization/item_version_type.hpp>
+
+namespace zkgen {
+// The members as archived: the form of a vector of entry pointers (as
+// written by this Boost, whose library version always writes the item version). They
+// point into a tree read earlier in the same archive; the collection owns none.
+struct CGenInstTreeEntryCollectionArchiveList {
+    CGenInstTreeEntryCollection* mCollection = nullptr;
+
+    template <class Archive>
+    void save(Archive& ar, const unsigned int /*version*/) const
+    {
+        using boost::serialization::make_nvp;
+        const boost::serialization::collection_size_type count(mCollection->size());
+        ar& make_nvp("count", count);
+        const boost::serialization::item_version_type itemVersion(0);
+        ar& make_nvp("item_version", itemVersion);
+        for (const CGenInstTreeEntry* e : *mCollection) {
+            CGenInstTreeEntry* entry = const_cast<CGenInstTreeEntry*>(e);
+            ar& make_nvp("item", entry);
+        }
+    }
+    template <class Archive>
+    void load(Archive& ar, const unsigned int /*version*/)
+    {
+        // Read element by element rather than as a vector, so that each
+        // pointer is checked: an entry the archive had to make belongs to no
+        // tree, and is refused.
+        using boost::serialization::make_nvp;
+        boost::serialization::collection_size_type count;
+        ar& make_nvp("count", count);
+        if (boost::serialization::library_version_type(3) < ar.get_library_version()) {
+            boost::serialization::item_version_type itemVersion(0);
+            ar& make_nvp("item_version", itemVersion);
+        }
+        mCollection->clear();
+        for (std::size_t i = 0; i < count; ++i) {
+            bool created = false;
+            CGenInstTreeEntry* entry = LoadArchivePointer<CGenInstTreeEntry>(ar, "item", TArchivePointer::MayBorrow, created);
+            if (created) {
+                delete entry;
+                throw TArchiveRefused("an entry collection names an entry outside the tree read before it");
+            }
+            mCollection->push_back(entry);
+        }
+    }
+    BOOST_SERIALIZATION_SPLIT_MEMBER()
+};
+} // namespace zkgen
+BOOST_CLASS_IMPLEMENTATION(zkgen::CGenInstTreeEntryCollectionArchiveList, boost::serialization::object_serializable)
+BOOST_CLASS_TRACKING(zkgen::CGenInstTreeEntryCollectionArchiveList, boost::serialization::track_never)
+
+template <class Archive>
+void CGenInstTreeEntryCollection::save(Archive& ar, const unsigned int /*version*/) const
+{
+    const zkgen::CGenInstTreeEntryCollectionArchiveList list {const_cast<CGenInstTreeEntryCollection*>(this)};
+    ar& boost::serialization::make_nvp("TCGenInstTreeEntryCollection", list);
+}
+
+template <class Archive>
+void CGenInstTreeEntryCollection::load(Archive& ar, const unsigned int /*version*/)
+{
+    zkgen::CGenInstTreeEntryCollectionArchiveList list {this};
+    ar& boost::serialization::make_nvp("TCGenInstTreeEntryCollection", list);
+}

@@ -88,7 +88,6 @@ public:
     void load(Archive& ar, const unsigned int version)
     {
         using boost::serialization::make_nvp;
-        zkgen::RefuseNewerClassVersion("CGenGenreLib", version, kClassVersion);
         ar& make_nvp("mGenre", mGenre);
         *mPimpl = Pimpl();
         if (version >= 4)

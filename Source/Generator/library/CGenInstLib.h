@@ -99,9 +99,9 @@ public:
     void load(Archive& ar, const unsigned int version)
     {
         using boost::serialization::make_nvp;
-        zkgen::RefuseNewerClassVersion("CGenInstLib", version, kClassVersion);
         int type = TGenInstType_Drums;
         ar& make_nvp("mInstType", type);
+        zkgen::CheckArchiveRange(type, TGenInstType_Undef, TGenInstType_Max, "an instrument type");
         mInstType = static_cast<_TGenInstType>(type);
         ar& make_nvp("mPatternGraphAccentFamily", mPatternGraphs[0]);
         ar& make_nvp("mPatternGraphAccentAddon", mPatternGraphs[1]);

@@ -13,7 +13,6 @@
 #include "Generator/shaping/CGenVaryIntn.h"
 #include "Generator/timesig/CGenSignTimeTrafos.h"
 
-#include <boost/archive/archive_exception.hpp>
 #include <boost/graph/adj_list_serialize.hpp>
 #include <boost/graph/adjacency_list.hpp>
 #include <boost/serialization/tracking.hpp>
@@ -73,8 +72,7 @@ struct TGenPatternGraphBoostLoader {
             ar& make_nvp("u", u);
             ar& make_nvp("v", v);
             if (u < 0 || v < 0 || static_cast<unsigned int>(u) >= V || static_cast<unsigned int>(v) >= V)
-                throw boost::archive::archive_exception(boost::archive::archive_exception::other_exception,
-                    "pattern graph: edge end beyond the patterns");
+                throw zkgen::TArchiveRefused("the archive gives a pattern graph edge whose end lies beyond its patterns");
             const TGenPatternEdgeDesc e = boost::add_edge(static_cast<TGenPatternVertex>(u),
                 static_cast<TGenPatternVertex>(v), g).first;
             ar& make_nvp("edge_property", boost::get(boost::edge_all_t(), g, e));
@@ -275,6 +273,7 @@ public:
         if (version >= 1) {
             int type = mType;
             ar& make_nvp("mType", type);
+            zkgen::CheckArchiveRange(type, TPatternGraphType_Undef, TPatternGraphType_Max, "a pattern graph type");
             mType = static_cast<TPatternGraphType>(type);
         }
         SetWeakClaveLibs(nullptr);

@@ -17,6 +17,10 @@ public:
     static constexpr const char* kTraceClassName = "CGenSignTime";
     // The undefined denominator; -1 so that it reads as ~0 when unsigned.
     static constexpr int kDenom_Undef = -1;
+    // The largest values an archive may give: 1024 beats of a 1/65536 note.
+    static constexpr int kNom_ArchiveMax = 1024;
+    static constexpr int kDenom_ArchiveMax = 16;
+    static constexpr int kCompoundParts_ArchiveMax = 64;
     // Element type of the compound parts as class version 1 archived them.
     using TTNomsInEv = int;
 
@@ -95,6 +99,12 @@ public:
             ar& boost::serialization::make_nvp("mCompoundNoms", parts);
         }
         ar& boost::serialization::make_nvp("mDenom", denom);
+        // Read values bypass the setters: a metre outside what music uses
+        // is damage, and refused before any bar length is worked out from it.
+        zkgen::CheckArchiveRange(nom, 0, kNom_ArchiveMax, "a time signature's numerator");
+        zkgen::CheckArchiveRange(static_cast<long long>(parts.size()), 0, kCompoundParts_ArchiveMax,
+            "the parts of a time signature");
+        zkgen::CheckArchiveRange(denom, kDenom_Undef, kDenom_ArchiveMax, "a time signature's denominator");
         mNom = nom;
         mCompoundNoms = parts;
         mDenom = denom;

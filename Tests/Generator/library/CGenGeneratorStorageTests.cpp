@@ -208,7 +208,7 @@ TEST(CGenGeneratorStorage, FailedLoadsKeepTheContentAndNameTheirCause)
     ASSERT_TRUE(ZKFileWriteAtomically(url / "library.glib", TGenData(text.begin(), text.end())));
     ZKLogCapture log;
     EXPECT_FALSE(generator.LoadFromURL(url));
-    EXPECT_TRUE(Contains(StorageLog(log), "Archive of CGenGenerator has class version 3; this engine reads up to 2"));
+    EXPECT_TRUE(Contains(StorageLog(log), "Archive of TGenGeneratorArchive has class version 3; this engine reads up to 2"));
     EXPECT_EQ(Play(generator), before);
 }
 
