@@ -209,7 +209,6 @@ TArchiveGuard::TDepth::TDepth(TArchiveGuard& guard) : mGuard(guard)
     const ARCHIVE::TBasicPointerISerializer* ARCHIVE::load_pointer(                                               \
         void*& t, const TBasicPointerISerializer* bpis, TFinder finder)                                           \
     {                                                                                                             \
-        TDepth depth(*this);                                                                                      \
         BeginPointer(bpis, finder);                                                                               \
         return TBase::load_pointer(t, bpis, finder);                                                              \
     }                                                                                                             \

@@ -15,7 +15,8 @@
 //    the class;
 //  - collection sizes and string lengths cannot exceed the bytes that remain;
 //  - bools are 0 or 1;
-//  - objects nest at most kArchiveMaxDepth deep;
+//  - objects nest at most kArchiveMaxDepth deep (an object read through a
+//    pointer counts as one level);
 //  - a pointer that borrows an object read earlier gets one of its own class
 //    (see LoadArchivePointer).
 // They read from memory only, which is what makes "the bytes that remain"
