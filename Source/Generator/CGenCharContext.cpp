@@ -1,4 +1,5 @@
 #include "Generator/CGenCharContext.h"
+#include "Generator/fills/CGenCharCreateFill.h"
 
 #include "Generator/CGenContext.h"
 #include "Generator/CGenGeneratorParams.h"
@@ -236,4 +237,11 @@ void CGenCharContext::FilterPatternsByName(CGenPatternModAndProbs& in, CGenPatte
 {
     CGenGFRegex expression(regex);
     CGenGFModuleFilterPatternName::FilterPatternsByName(in, out, expression, matchFactor, nonMatchFactor);
+}
+
+CGenPatternModAndProbs::iterator CGenCharContext::CreateFill(const CGenPatternModAndProbs& candidates,
+    CGenPatternModAndProbs& out, const TCreateFillParams& params, CGenPatternModAndProb* chosen) const
+{
+    // The vector copy carries the list's own fields along.
+    return CGenCharCreateFill::CreateFill(mContext, this, candidates, out, params, chosen);
 }

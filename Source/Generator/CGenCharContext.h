@@ -14,6 +14,7 @@ class CGenEvHarmCenter;
 class CGenEvChord;
 class CGenSignTimeTrafos;
 class CGenNearestClavePatternInfos;
+struct TCreateFillParams;
 
 // A thin view on the generation's CGenContext, made for what a player's
 // behaviour asks: every operation reads through the pointer, and a view
@@ -90,4 +91,9 @@ public:
     // at or below 0: the rule of the name filter module.
     void FilterPatternsByName(CGenPatternModAndProbs& in, CGenPatternModAndProbs& out, const std::string& regex,
         double matchFactor, double nonMatchFactor) const;
+
+    // A fill from `candidates` (copied with their trailing fields) appended
+    // to `out`, see CGenCharCreateFill::CreateFill.
+    CGenPatternModAndProbs::iterator CreateFill(const CGenPatternModAndProbs& candidates, CGenPatternModAndProbs& out,
+        const TCreateFillParams& params, CGenPatternModAndProb* chosen) const;
 };

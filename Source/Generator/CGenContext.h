@@ -73,6 +73,10 @@ public:
     CGenSignTimeTrafos mSignTimeTrafos;
     // The events the global stage started from, for scripts.
     CGenEvs mGlobalOriginalEvs;
+    // Debugging aids, by style graph key: whether choices are reported, and
+    // the last report (e.g. of a fill's draw).
+    std::map<std::string, bool> mStyleGraphDebugFlags;
+    std::map<std::string, std::string> mStyleGraphReports;
     // Set when a script made the patterns of the graph's result itself
     // (placeholders): the result is then taken whole, not drawn from.
     bool mGraphMadeTheChoice = false;

@@ -10,6 +10,7 @@
 #include "Platform/ZKLog.h"
 #include "Platform/ZKTime.h"
 
+#include <algorithm>
 #include <cmath>
 #include <mutex>
 
@@ -331,33 +332,34 @@ void CGenGenerator::_Generate_ApplySignTimeTrafos()
             mods.ApplySignTimeTrafo(rt.mParams, rt.mInstLib, TTransformBeatPosAbs_ToSTTarget);
 }
 
+void CGenGenerator::_OverlayFillInAllPatternsMatchingTypes(const CGenPatternModAndProb& fill,
+    const CGenRange<float>& range, const std::vector<TPatternGraphType>& types,
+    std::map<TPatternGraphType, CGenPatternModAndProbs>& map)
+{
+    if (GenIsUndef(range.mMin))
+        return;
+    const float start = GenAddRegardingUndef(fill.mBeatPosAbs, range.mMin);
+    const float length = GenSubRegardingUndef(range.mMax, range.mMin);
+    for (auto& [type, list] : map)
+        if (std::find(types.begin(), types.end(), type) != types.end())
+            list.EraseAndOptionallyShortenEvsAndShortenMembersInRange(start, length, TShortenEvsLeftTouchingRange_Yes);
+}
+
 void CGenGenerator::_Generate_OverlayFillsFromPatternGraphFill()
 {
     auto& map = mRuntimeData->mContext->mPatternMap;
     const auto fills = map.find(TPatternGraphType_Fill);
     if (fills == map.end())
         return;
-    auto erase = [&map](TPatternGraphType type, float start, float length) {
-        const auto layer = map.find(type);
-        if (layer != map.end())
-            layer->second.EraseAndOptionallyShortenEvsAndShortenMembersInRange(start, length,
-                TShortenEvsLeftTouchingRange_Yes);
-    };
     // Each fill element carries, relative to its position, the ranges it
     // takes over from the accents, the systems and the percussion.
     for (const CGenPatternModAndProb& fill : fills->second) {
-        const float pos = fill.mBeatPosAbs;
-        if (GenIsUndef(pos))
+        if (GenIsUndef(fill.mBeatPosAbs))
             continue;
-        auto overlay = [&](const CGenRange<float>& range, std::initializer_list<TPatternGraphType> layers) {
-            if (GenIsUndef(range.mMin) || GenIsUndef(range.mMax))
-                return;
-            for (TPatternGraphType type : layers)
-                erase(type, pos + range.mMin, range.mMax - range.mMin);
-        };
-        overlay(fill.mOverlayRangeAc, {TPatternGraphType_AccentFamily, TPatternGraphType_AccentAddon});
-        overlay(fill.mOverlayRangeSy, {TPatternGraphType_System});
-        overlay(fill.mOverlayRangePerc, {TPatternGraphType_Percussion});
+        _OverlayFillInAllPatternsMatchingTypes(fill, fill.mOverlayRangeAc,
+            {TPatternGraphType_AccentFamily, TPatternGraphType_AccentAddon}, map);
+        _OverlayFillInAllPatternsMatchingTypes(fill, fill.mOverlayRangeSy, {TPatternGraphType_System}, map);
+        _OverlayFillInAllPatternsMatchingTypes(fill, fill.mOverlayRangePerc, {TPatternGraphType_Percussion}, map);
     }
 }
 

@@ -13,9 +13,11 @@
 #include "Platform/TGenDict.h"
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 class CGenContext;
 class CGenDrumMap;
@@ -154,6 +156,10 @@ private:
     void _Generate_Post(CGenEvsNameds& evs, TRandomSeedMode seedMode);
     void _Generate_ApplySignTimeTrafos();
     void _Generate_OverlayFillsFromPatternGraphFill();
+    // Erases the range (relative to the fill's position) from the layers of
+    // `types`; nothing for an undefined lower bound.
+    static void _OverlayFillInAllPatternsMatchingTypes(const CGenPatternModAndProb& fill, const CGenRange<float>& range,
+        const std::vector<TPatternGraphType>& types, std::map<TPatternGraphType, CGenPatternModAndProbs>& map);
     void _Generate_ShortenIncompleteFirstBar();
     void _Generate_ApplyGlobalStyleGraphToSinglePatternModAndProbs();
     void _Generate_EraseUnplayableNotes();

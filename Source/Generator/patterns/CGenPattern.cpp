@@ -89,15 +89,19 @@ float CGenPattern::BarLengthOrDefault() const
     return (GenIsUndef(barLength) || !(barLength > 0.0f)) ? 4.0f : barLength;
 }
 
+float CGenPattern::PropertyFloatOrUndef(const std::string& key) const
+{
+    if (mProperties.HasFloatValueForKey(key))
+        return static_cast<float>(mProperties.FloatValueForKey(key, 0.0));
+    if (mProperties.HasIntValueForKey(key))
+        return static_cast<float>(mProperties.IntValueForKey(key, 0));
+    return TGenBeatPos_Undef;
+}
+
 float CGenPattern::Properties_Fill_TargetBeatPos_ReadAndCorrect() const
 {
-    const std::string key = kGenPatternProp_Fill_TargetEndBeatPos;
-    double target = 0.0;
-    if (mProperties.HasFloatValueForKey(key))
-        target = mProperties.FloatValueForKey(key, 0.0);
-    else if (mProperties.HasIntValueForKey(key))
-        target = static_cast<double>(mProperties.IntValueForKey(key, 0));
-    const float t = static_cast<float>(target);
+    const float read = PropertyFloatOrUndef(kGenPatternProp_Fill_TargetEndBeatPos);
+    const float t = GenIsUndef(read) ? 0.0f : read;
     return t > BarLengthOrDefault() ? 0.0f : t;
 }
 

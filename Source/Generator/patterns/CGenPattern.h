@@ -83,6 +83,9 @@ public:
     // reset and not a clamp. The bar length falls back to 4 for a metre
     // without a positive bar length.
     float Properties_Fill_TargetBeatPos_ReadAndCorrect() const;
+    // A number property (float or integer) narrowed to a float; undefined
+    // when the key is missing.
+    float PropertyFloatOrUndef(const std::string& key) const;
     // Where in its bar the fill's events start so that it ends on its
     // target: target + bar length - pattern length.
     float Properties_Fill_CalcEvsStartAtBeatPosInBarInSourceSignTime() const;

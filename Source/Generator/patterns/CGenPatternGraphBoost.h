@@ -230,6 +230,13 @@ public:
     void Generate_Evs(const CGenGeneratorParams& params, const CGenDrumMap* drumMap, _TGenInstType instType,
         const CGenStyle* style, const CGenGFContext& gfContext, CGenPatternModAndProbs* list,
         CGenEvsNameds& evsNameds) const;
+    // For a fill pattern of this (fill) graph at `pos`: a marker note for
+    // each overlay range of its properties ("FlOvAcSt"/"FlOvAcLn" and so on),
+    // so that the ranges show in the rendered events, then the events
+    // transformed into the signature in force at `pos`. Nothing for a
+    // negative index or another kind of graph.
+    void AddOverlayNotesAndTransformSignTimeForFills(int ixPattern, float pos, const CGenEvsSignTime& signTime,
+        CGenEvs& evs) const;
     // One named event list per element of `list`, appended to `evsNameds`;
     // nothing is cut to the region here.
     void Generate_RenderEvs(const CGenGeneratorParams& params, const CGenDrumMap* drumMap, _TGenInstType instType,

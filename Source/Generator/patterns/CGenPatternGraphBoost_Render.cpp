@@ -67,3 +67,30 @@ std::string CGenPatternGraphBoost::_Generate_RenderEvs_PatternName(const CGenGen
     }
     return os.str();
 }
+
+void CGenPatternGraphBoost::AddOverlayNotesAndTransformSignTimeForFills(int ixPattern, float pos,
+    const CGenEvsSignTime& signTime, CGenEvs& evs) const
+{
+    if (ixPattern < 0 || mType != TPatternGraphType_Fill || static_cast<size_t>(ixPattern) >= PatternCount())
+        return;
+    const CGenPattern& pattern = PatternAtIx(static_cast<size_t>(ixPattern));
+    const std::pair<const char*, const char*> ranges[] = {
+        {kGenPatternProp_Fill_OverlayRangeAcStart, kGenPatternProp_Fill_OverlayRangeAcLength},
+        {kGenPatternProp_Fill_OverlayRangeSyStart, kGenPatternProp_Fill_OverlayRangeSyLength},
+        {kGenPatternProp_Fill_OverlayRangePercStart, kGenPatternProp_Fill_OverlayRangePercLength}};
+    for (const auto& [startKey, lengthKey] : ranges) {
+        const float start = pattern.PropertyFloatOrUndef(startKey);
+        float length = pattern.PropertyFloatOrUndef(lengthKey);
+        if (GenIsDef(start) && GenIsUndef(length))
+            length = GenSubRegardingUndef(pattern.Length(), start);
+        if (GenIsUndef(start) || GenIsUndef(length))
+            continue;
+        // Undefined pitch data and an undefined abstract note: a note that
+        // marks a range and never sounds as an instrument.
+        evs.InsertAtBeatPos(CGenEv(start, length, st_NoteOn, -1, -1));
+    }
+    const auto sign = signTime.FindSignTimeAtOrBefore(pos);
+    if (sign != signTime.end())
+        mSignTimeTrafos.TransformFromTo(pattern.mSignTime, sign->SignTime(), evs, TTransformEvsLength_Transform,
+            CGenSignTime_Default44);
+}

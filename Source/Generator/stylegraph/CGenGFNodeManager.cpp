@@ -1,12 +1,19 @@
 #include "Generator/stylegraph/CGenGFNodeManager.h"
 
 #include "Generator/stylegraph/CGenGFModule.h"
+#include "Generator/stylegraph/CGenGFModuleContextAcAddonSeq.h"
+#include "Generator/stylegraph/CGenGFModuleContextAcFamSeq.h"
+#include "Generator/stylegraph/CGenGFModuleContextComplIntn.h"
+#include "Generator/stylegraph/CGenGFModuleContextCurrentArrangePartName.h"
+#include "Generator/stylegraph/CGenGFModuleCreateFill.h"
 #include "Generator/stylegraph/CGenGFModuleFilterPatternName.h"
+#include "Generator/stylegraph/CGenGFModuleLog.h"
 #include "Generator/stylegraph/CGenGFModuleMultiplexer.h"
 #include "Generator/stylegraph/CGenGFModulePatternProbProvider.h"
 #include "Generator/stylegraph/CGenGFModulePatternsIterator.h"
 #include "Generator/stylegraph/CGenGFModulePatternsMerger.h"
 #include "Generator/stylegraph/CGenGFModuleRandomPatternPicker.h"
+#include "Generator/stylegraph/CGenGFModuleRegionParameters.h"
 #include "Generator/stylegraph/CGenGFModuleStringSwitch.h"
 #include "Generator/stylegraph/CGenGFRegex.h"
 #include "Generator/stylegraph/CGenGFStringBins.h"
@@ -38,12 +45,19 @@ void CGenGFNodeManager::registerBuiltInNodes()
              &CGenGFModuleMultiplexer::ClassDescription(),
              &CGenGFModuleStringSwitch::ClassDescription(),
              &CGenGFModuleValueSwitch::ClassDescription(),
+             &CGenGFModuleContextAcFamSeq::ClassDescription(),
+             &CGenGFModuleContextAcAddonSeq::ClassDescription(),
+             &CGenGFModuleContextCurrentArrangePartName::ClassDescription(),
              &CGenGFModulePatternsMerger::ClassDescription(),
+             &CGenGFModuleLog::ClassDescription(),
+             &CGenGFModuleContextComplIntn::ClassDescription(),
+             &CGenGFModuleRegionParameters::ClassDescription(),
              &CGenGFModulePatternsIterator::ClassDescription(),
              &CGenGFModulePatternsIteratorProvider::ClassDescription(),
              &CGenGFModulePatternsIteratorConsumer::ClassDescription(),
              &CGenGFModuleRandomPatternPicker::ClassDescription(),
              &CGenGFModuleTopProbFilter::ClassDescription(),
+             &CGenGFModuleCreateFill::ClassDescription(),
          })
         registerNodeWithClass(*d);
 
