@@ -42,6 +42,12 @@ bool TArchiveCreatedScope::Take(const void* address)
     return true;
 }
 
+bool TArchiveCreatedScope::Has(const void* address) const
+{
+    return address
+        && std::any_of(mCreated.begin(), mCreated.end(), [address](const TCreated& c) { return c.mObject == address; });
+}
+
 void TArchiveCreatedScope::NoteErased(void* object, void (*deleter)(void*))
 {
     if (tInnermostScope)

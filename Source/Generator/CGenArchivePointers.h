@@ -39,6 +39,8 @@ public:
     // Whether the archive made the object at `address` (its most-derived
     // address) during this scope; if so, the caller owns it from now on.
     bool Take(const void* address);
+    // Whether the archive made the object at `address` during this scope.
+    bool Has(const void* address) const;
 
     // Called by the construction of an object the archive makes for a
     // pointer; outside a scope nothing is noted.
@@ -76,6 +78,8 @@ enum class TArchivePointer {
     Owned,
     // The member points at an object someone else owns, or owns one made here.
     MayBorrow,
+    // The member only points: an object this read had to make is damage.
+    Borrowed,
 };
 
 // Reads the pointer member `name`. `created` tells whether the caller now
@@ -89,6 +93,9 @@ T* LoadArchivePointer(Archive& ar, const char* name, TArchivePointer kind, bool&
     TArchiveCreatedScope scope;
     T* p = nullptr;
     ar& boost::serialization::make_nvp(name, p);
+    // Left untaken, the scope deletes the object when the throw leaves it.
+    if (kind == TArchivePointer::Borrowed && scope.Has(ArchiveObjectAddress(p)))
+        throw TArchiveRefused(std::string("the pointer ") + name + " names an object that nothing read before");
     created = scope.Take(ArchiveObjectAddress(p));
     if (p && !created) {
         if (kind == TArchivePointer::Owned)

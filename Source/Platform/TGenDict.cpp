@@ -38,13 +38,22 @@ TGenDictValue& TGenDictValue::operator=(const TGenDictValue& o)
     return *this;
 }
 
-int64_t TGenDictValue::AsInteger(int64_t def) const
+int64_t TGenDictValue::AsInteger(int64_t def) const { return IntegerIfRepresentable().value_or(def); }
+
+std::optional<int64_t> TGenDictValue::IntegerIfRepresentable() const
 {
     switch (GetKind()) {
     case Kind::Integer: return std::get<int64_t>(mValue);
-    case Kind::Real: return static_cast<int64_t>(std::get<double>(mValue));
+    case Kind::Real: {
+        // Converting a double outside [-2^63, 2^63) is undefined; both bounds
+        // are exact doubles, and NaN fails either test.
+        const double d = std::get<double>(mValue);
+        if (!(d >= -9223372036854775808.0 && d < 9223372036854775808.0))
+            return std::nullopt;
+        return static_cast<int64_t>(d);
+    }
     case Kind::Bool: return std::get<bool>(mValue) ? 1 : 0;
-    default: return def;
+    default: return std::nullopt;
     }
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <type_traits>
@@ -94,9 +95,14 @@ public:
     bool IsArray() const { return GetKind() == Kind::Array; }
     bool IsDict() const { return GetKind() == Kind::Dict; }
 
-    // Numbers convert between integer and floating; a bool reads as 0 or 1.
-    // Other kinds give the default.
+    // Numbers convert between integer and floating (a floating one truncated
+    // toward zero); a bool reads as 0 or 1. Other kinds give the default, and
+    // so do NaN and floating numbers outside int64_t's range, which have no
+    // integer.
     int64_t AsInteger(int64_t def = 0) const;
+    // The integer AsInteger reads, or none where it would fall back to the
+    // default: for readers that must tell a damaged number from a missing one.
+    std::optional<int64_t> IntegerIfRepresentable() const;
     double AsDouble(double def = 0.0) const;
     bool AsBool(bool def = false) const;
     // The string, or `def` for other kinds.

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+#include <optional>
+
 TEST(TGenDict, IntegerAndStringKeysLiveSideBySide)
 {
     TGenDict seeds;
@@ -89,6 +92,28 @@ TEST(TGenDict, TypedReadsFallBackToTheDefault)
     EXPECT_TRUE(m.RemoveValueForKey("x"));
     EXPECT_FALSE(m.RemoveValueForKey("x"));
     EXPECT_TRUE(m.empty());
+}
+
+TEST(TGenDict, FloatingNumbersWithoutAnIntegerReadAsTheDefault)
+{
+    // int64_t holds [-2^63, 2^63 - 1]; -2^63 = -9223372036854775808 is a
+    // double, 2^63 = 9223372036854775808 is the first one past the top.
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double inf = std::numeric_limits<double>::infinity();
+    const TGenDict d {{"huge", 1e300}, {"-huge", -1e300}, {"nan", nan}, {"inf", inf}, {"-inf", -inf},
+        {"2^63", 9223372036854775808.0}, {"-2^63", -9223372036854775808.0}, {"2^62", 4611686018427387904.0}};
+    for (const char* key : {"huge", "-huge", "nan", "inf", "-inf", "2^63"}) {
+        EXPECT_EQ(d.IntegerForKey(key, 7), 7) << key;
+        EXPECT_EQ(d.ValueForKey(key)->AsInteger(-3), -3) << key;
+        EXPECT_EQ(d.ValueForKey(key)->IntegerIfRepresentable(), std::nullopt) << key;
+    }
+    EXPECT_EQ(d.IntegerForKey("-2^63", 7), std::numeric_limits<int64_t>::min());
+    EXPECT_EQ(d.IntegerForKey("2^62", 7), int64_t(4611686018427387904));
+    // Representable ones truncate toward zero as before: 2.9 -> 2, -2.9 -> -2.
+    EXPECT_EQ(TGenDictValue(2.9).IntegerIfRepresentable(), std::optional<int64_t>(2));
+    EXPECT_EQ(TGenDictValue(-2.9).IntegerIfRepresentable(), std::optional<int64_t>(-2));
+    EXPECT_EQ(TGenDictValue(true).IntegerIfRepresentable(), std::optional<int64_t>(1));
+    EXPECT_EQ(TGenDictValue("12").IntegerIfRepresentable(), std::nullopt);
 }
 
 TEST(TGenDict, EqualityIsDeepAndIndependentOfInsertionOrder)

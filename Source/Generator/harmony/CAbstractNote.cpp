@@ -154,7 +154,12 @@ std::string CAbstractOffset::ToString() const
     std::string s;
     if (mOctaves != kOctavesUndef)
         s += SignedNumber(mOctaves);
-    if (mSteps != 0) {
+    // Zero steps of the plain kind go without saying; any other step part is
+    // written out, and so is one without octaves, so that the text reads
+    // back as this offset and is never empty.
+    const bool plainSteps = mStepsType == TStepsType_Diatonic && mStepsDirection == TStepsDirection_Normal
+        && mStepsDirectionTowardsNoteNr == -1;
+    if (mSteps != 0 || !plainSteps || mOctaves == kOctavesUndef) {
         s += TStepsTypeToString(mStepsType);
         s += TStepsDirectionToString(mStepsDirection);
         if (mStepsDirectionTowardsNoteNr != -1)

@@ -105,6 +105,8 @@ public:
     bool operator==(const CAbstractOffset& o) const = default;
     bool operator<(const CAbstractOffset& o) const;
 
+    // Octaves, then the step part; SetFromString reads it back as the same
+    // offset (the where of an offset has no text).
     std::string ToString() const;
     bool SetFromString(const std::string& text);
     // Reads one offset from the front of `text`; `used` receives the number of

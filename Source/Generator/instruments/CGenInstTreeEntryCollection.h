@@ -83,7 +83,7 @@ struct CGenInstTreeEntryCollectionArchiveList {
     {
         // Read element by element rather than as a vector, so that each
         // pointer is checked: an entry the archive had to make belongs to no
-        // tree, and is refused.
+        // tree, and is refused (Borrowed).
         using boost::serialization::make_nvp;
         boost::serialization::collection_size_type count;
         ar& make_nvp("count", count);
@@ -94,12 +94,8 @@ struct CGenInstTreeEntryCollectionArchiveList {
         mCollection->clear();
         for (std::size_t i = 0; i < count; ++i) {
             bool created = false;
-            CGenInstTreeEntry* entry = LoadArchivePointer<CGenInstTreeEntry>(ar, "item", TArchivePointer::MayBorrow, created);
-            if (created) {
-                delete entry;
-                throw TArchiveRefused("an entry collection names an entry outside the tree read before it");
-            }
-            mCollection->push_back(entry);
+            mCollection->push_back(
+                LoadArchivePointer<CGenInstTreeEntry>(ar, "item", TArchivePointer::Borrowed, created));
         }
     }
     BOOST_SERIALIZATION_SPLIT_MEMBER()

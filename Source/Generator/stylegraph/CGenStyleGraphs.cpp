@@ -35,6 +35,35 @@ std::unique_ptr<CGenGFModule> CopyGraph(const CGenGFModule& graph)
     return copy;
 }
 
+// One graph of a style file; null with the reason in `error`, written to
+// follow the graph's key (": ..." or " is no object").
+std::unique_ptr<CGenGFModule> DecodeStyleGraph(const TGenDictValue& value, std::string& error)
+{
+    const TGenDict* object = value.AsDict();
+    if (!object) {
+        error = " is no object";
+        return nullptr;
+    }
+    const std::string className = object->StringForKey(kZKCodingClassKey);
+    const ZKGFNodeClassDescription* description
+        = CGenGFNodeManager::setupDefaultNodeManager().classDescriptionForClass(className);
+    std::unique_ptr<ZKGFNode> node = description ? description->CreateNode() : nullptr;
+    auto* module = dynamic_cast<CGenGFModule*>(node.get());
+    if (!module) {
+        error = std::string(": unknown module class \"") + className + "\"";
+        return nullptr;
+    }
+    node.release();
+    std::unique_ptr<CGenGFModule> graph(module);
+    const TGenDict* state = object->DictForKey(kZKGFEntry_State);
+    std::string stateError;
+    if (state && !graph->setState(*state, &stateError)) {
+        error = std::string(": ") + stateError;
+        return nullptr;
+    }
+    return graph;
+}
+
 } // namespace
 
 namespace zkgen {
@@ -49,29 +78,20 @@ TGenDict EncodeStyleGraphEntries(const CGenStyleGraphs::TEntries& entries)
 
 std::optional<CGenStyleGraphs::TEntries> DecodeStyleGraphEntries(const TGenDict& dict, std::string* outError)
 {
-    const CGenGFNodeManager& manager = CGenGFNodeManager::setupDefaultNodeManager();
     CGenStyleGraphs::TEntries entries;
     for (const auto& [key, value] : dict) {
         const std::string keyText = key.ToString();
-        const TGenDict* object = value.AsDict();
-        if (!object) {
-            SetError(outError, "graph \"" + keyText + "\" is no object");
-            return std::nullopt;
-        }
-        const std::string className = object->StringForKey(kZKCodingClassKey);
-        const ZKGFNodeClassDescription* description = manager.classDescriptionForClass(className);
-        std::unique_ptr<ZKGFNode> node = description ? description->CreateNode() : nullptr;
-        auto* module = dynamic_cast<CGenGFModule*>(node.get());
-        if (!module) {
-            SetError(outError, "graph \"" + keyText + "\": unknown module class \"" + className + "\"");
-            return std::nullopt;
-        }
-        node.release();
-        std::unique_ptr<CGenGFModule> graph(module);
         std::string error;
-        const TGenDict* state = object->DictForKey(kZKGFEntry_State);
-        if (state && !graph->setState(*state, &error)) {
-            SetError(outError, "graph \"" + keyText + "\": " + error);
+        std::unique_ptr<CGenGFModule> graph;
+        // Damaged state can make the graph runtime raise (two connections
+        // into one input, say); that is a failed decode like any other.
+        try {
+            graph = DecodeStyleGraph(value, error);
+        } catch (const std::exception& e) {
+            error = std::string(": ") + e.what();
+        }
+        if (!graph) {
+            SetError(outError, std::string("graph \"") + keyText + "\"" + error);
             return std::nullopt;
         }
         entries.emplace(keyText, std::move(graph));
@@ -178,8 +198,13 @@ bool CGenStyleGraphs::DecodeFromKeyedArchive(const TGenData& bytes, std::string*
         return false;
     }
     try {
-        const int64_t version = root->IntegerForKey(kKeyVersion, 0);
-        if (const TGenDict* entries = root->DictForKey(kKeyEntries)) {
+        // A version number that is no integer at all (1e300, NaN) comes from
+        // damage; reading it as 0 would load the file as something it isn't.
+        const TGenDictValue* versionValue = root->ValueForKey(kKeyVersion);
+        const int64_t version = versionValue ? versionValue->AsInteger(0) : 0;
+        if (versionValue && versionValue->IsNumber() && !versionValue->IntegerIfRepresentable()) {
+            error = std::string("\"") + kKeyVersion + "\" is out of range";
+        } else if (const TGenDict* entries = root->DictForKey(kKeyEntries)) {
             if (auto decoded = zkgen::DecodeStyleGraphEntries(*entries, &error))
                 mEntries = std::move(*decoded);
             if (mEntries && version >= 2)

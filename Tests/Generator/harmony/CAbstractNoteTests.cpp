@@ -89,9 +89,12 @@ TEST(CAbstractOffsetText, PrintForms)
 {
     EXPECT_EQ(Offset(1, 2).ToString(), "+1d+2");
     EXPECT_EQ(Offset(0, 0).ToString(), "+0");
-    EXPECT_EQ(Offset(-2, 0, TStepsType_Chord).ToString(), "-2") << "steps 0 print no step part";
+    EXPECT_EQ(Offset(-2, 0).ToString(), "-2") << "zero plain steps print no step part";
+    EXPECT_EQ(Offset(-2, 0, TStepsType_Chord).ToString(), "-2h+0") << "zero steps of another kind keep their kind";
     EXPECT_EQ(Offset(CAbstractOffset::kOctavesUndef, 1, TStepsType_Chord).ToString(), "h+1");
-    EXPECT_EQ(Offset(CAbstractOffset::kOctavesUndef, 0, TStepsType_ChordOption).ToString(), "");
+    EXPECT_EQ(Offset(CAbstractOffset::kOctavesUndef, 0, TStepsType_ChordOption).ToString(), "o+0");
+    EXPECT_EQ(Offset(CAbstractOffset::kOctavesUndef, 0).ToString(), "d+0") << "no octaves: the step part is the text";
+    EXPECT_EQ(Offset(1, 0, TStepsType_Diatonic, TStepsDirection_Normal, 7).ToString(), "+1d7+0");
     EXPECT_EQ(Offset(CAbstractOffset::kOctavesUndef, -2, TStepsType_Chromatic).ToString(), "c-2");
     EXPECT_EQ(Offset(0, 3, TStepsType_Chromatic, TStepsDirection_TowardsNoteNr, 60).ToString(), "+0cM60+3");
     EXPECT_EQ(Offset(CAbstractOffset::kOctavesUndef, -1, static_cast<TStepsType>(5), TStepsDirection_TowardsNoteNext)
@@ -107,6 +110,9 @@ TEST(CAbstractOffsetText, ReadsWhatItPrints)
 {
     const std::vector<CAbstractOffset> offsets = {
         Offset(1, 2), Offset(0, 0), Offset(-2, 0), Offset(CAbstractOffset::kOctavesUndef, 1, TStepsType_Chord),
+        Offset(-2, 0, TStepsType_Chord), Offset(CAbstractOffset::kOctavesUndef, 0, TStepsType_ChordOption),
+        Offset(CAbstractOffset::kOctavesUndef, 0), Offset(1, 0, TStepsType_Diatonic, TStepsDirection_Normal, 7),
+        Offset(CAbstractOffset::kOctavesUndef, 0, TStepsType_Chromatic, TStepsDirection_TowardsNoteNr, 3),
         Offset(0, 3, TStepsType_Chromatic, TStepsDirection_TowardsNoteNr, 60),
         Offset(CAbstractOffset::kOctavesUndef, -1, static_cast<TStepsType>(11), TStepsDirection_TowardsNoteNext),
         Offset(1, 1, TStepsType_ChordTriad, TStepsDirection_TowardsNotePrev),
@@ -208,12 +214,43 @@ TEST(CAbstractNoteText, FormsBothWays)
 TEST(CAbstractNoteText, EdgesOfPrinting)
 {
     CAbstractNote n(TWhere_CurrentChord, TAbstractDegree_Root);
-    n.mOffsets.push_back(Offset(1, 0, TStepsType_Chord));
+    n.mOffsets.push_back(Offset(1, 0));
     EXPECT_EQ(n.ToString(), "{1[+1]}");
+    n.mOffsets[0] = Offset(1, 0, TStepsType_Chord);
+    EXPECT_EQ(n.ToString(), "{1[+1h+0]}");
     n.mOffsets[0] = Offset(CAbstractOffset::kOctavesUndef, 2);
     EXPECT_EQ(n.ToString(), "{1[d+2]}");
     EXPECT_EQ(CAbstractNote().ToString(), "{Undef}");
     EXPECT_TRUE(CAbstractNote().IsUndef());
+}
+
+TEST(CAbstractNoteText, ZeroStepsOfAKindReadBackAsPrinted)
+{
+    // "cM3-0": no octaves, chromatic, towards note number 3, steps -0 = 0.
+    // "cn64+3" follows without a comma: chromatic, towards the next root,
+    // note number 64, steps +3. The first offset has nothing but its step
+    // part, so that part must be printed (with the sign of 0, "+0") or the
+    // list would read "[,cn64+3]".
+    CAbstractNote n;
+    ASSERT_TRUE(n.SetFromString("{n5[cM3-0cn64+3]}"));
+    EXPECT_EQ(n.mWhere, TWhere_NextChord);
+    EXPECT_EQ(n.mDegree, TAbstractDegree__5);
+    ASSERT_EQ(n.mOffsets.size(), 2u);
+    EXPECT_EQ(n.mOffsets[0],
+        Offset(CAbstractOffset::kOctavesUndef, 0, TStepsType_Chromatic, TStepsDirection_TowardsNoteNr, 3));
+    EXPECT_EQ(n.mOffsets[1],
+        Offset(CAbstractOffset::kOctavesUndef, 3, TStepsType_Chromatic, TStepsDirection_TowardsNextRoot, 64));
+    EXPECT_EQ(n.ToString(), "{n5[cM3+0,cn64+3]}");
+    CAbstractNote back;
+    ASSERT_TRUE(back.SetFromString("{n5[cM3+0,cn64+3]}"));
+    EXPECT_EQ(back, n);
+    EXPECT_EQ(back.ToString(), "{n5[cM3+0,cn64+3]}");
+
+    // Plain zero steps without octaves: "d+0" both ways.
+    ASSERT_TRUE(n.SetFromString("{1[d-0]}"));
+    ASSERT_EQ(n.mOffsets.size(), 1u);
+    EXPECT_EQ(n.mOffsets[0], Offset(CAbstractOffset::kOctavesUndef, 0));
+    EXPECT_EQ(n.ToString(), "{1[d+0]}");
 }
 
 TEST(CAbstractNoteText, ReadingSkipsBlanksAndOpeners)

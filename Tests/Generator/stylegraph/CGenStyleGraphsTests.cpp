@@ -19,6 +19,8 @@
 #include <boost/serialization/version.hpp>
 
 #include <filesystem>
+#include <limits>
+#include <optional>
 #include <unistd.h>
 
 using namespace zkgtest;
@@ -247,6 +249,42 @@ TEST(CGenStyleGraphsFile, UnknownClassesAndDamageLeaveNoGraphs)
     EXPECT_FALSE(CGenStyleGraphDump::LoadStyleFile(dir.Path() / "missing.style", damaged, &error));
     EXPECT_FALSE(error.empty());
     EXPECT_EQ(error.find('\n'), std::string::npos);
+}
+
+TEST(CGenStyleGraphsFile, DamagedConnectionsAndVersionsFailTheDecode)
+{
+    // Two connections into the filter's one input: the graph runtime raises,
+    // the decode returns its failure with that text.
+    TGenDict entries = zkgen::EncodeStyleGraphEntries(*MakeStyleGraphs().Entries());
+    TGenArray& connections
+        = *entries.DictForKey(kStyleGraphKey_System)->DictForKey("state")->ValueForKey("@connections")->AsArray();
+    TGenDictValue again = connections.front();
+    again.AsDict()->SetValueForKey("again", "key");
+    connections.push_back(again);
+    std::string error;
+    EXPECT_FALSE(zkgen::DecodeStyleGraphEntries(entries, &error).has_value());
+    EXPECT_EQ(error, "graph \"kStyleGraphKey_System\": There is already a connected port");
+    CGenStyleGraphs graphs;
+    EXPECT_FALSE(graphs.DecodeFromFileData(
+        FileData(TGenDict {{"m_entries", entries}, {"styleGraphSerializationVersion", 2}}), &error));
+    EXPECT_FALSE(graphs.HasEntries());
+    EXPECT_EQ(error, "graph \"kStyleGraphKey_System\": There is already a connected port");
+
+    // A version of 1e300, NaN or infinity has no integer: an error, not version 0.
+    const TGenDict good = zkgen::EncodeStyleGraphEntries(*MakeStyleGraphs().Entries());
+    for (const double version : {1e300, -1e300, std::numeric_limits<double>::quiet_NaN(),
+             std::numeric_limits<double>::infinity()}) {
+        error.clear();
+        EXPECT_FALSE(graphs.DecodeFromFileData(
+            FileData(TGenDict {{"m_entries", good}, {"styleGraphSerializationVersion", version}}), &error))
+            << version;
+        EXPECT_FALSE(graphs.HasEntries()) << version;
+        EXPECT_EQ(error, "\"styleGraphSerializationVersion\" is out of range") << version;
+    }
+    // A floating version that is an integer still reads: 2.0 is version 2, properties and all.
+    ASSERT_TRUE(graphs.DecodeFromFileData(FileData(TGenDict {{"m_entries", good},
+        {"m_properties", TGenDict {{"x", 1}}}, {"styleGraphSerializationVersion", 2.0}})));
+    EXPECT_EQ(graphs.Properties(), (TGenDict {{"x", 1}}));
 }
 
 TEST(CGenStyleGraphs, EntriesAndProperties)

@@ -1,0 +1,1 @@
+22 serialization::archive 18 0 0 0 0 0 7
