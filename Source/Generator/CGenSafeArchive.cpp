@@ -102,6 +102,10 @@ void TArchiveGuard::CheckStringLength(std::uint64_t length) const
 
 void TArchiveGuard::RegisterClass(const TBasicISerializer& bis)
 {
+    // Objects of one class usually come in runs.
+    if (&bis == mLastClass)
+        return;
+    mLastClass = &bis;
     const auto* eti = &bis.get_eti();
     if (mClassIds.count(eti))
         return;
@@ -109,11 +113,14 @@ void TArchiveGuard::RegisterClass(const TBasicISerializer& bis)
     mClasses.push_back(&bis);
 }
 
-void TArchiveGuard::BeginObject(void* address, const TBasicISerializer& bis)
+void TArchiveGuard::BeginObject(void* address, const TBasicISerializer& bis, bool tracked)
 {
     RegisterClass(bis);
     mVersionOf = &bis;
-    mObjects.emplace(address, &bis.get_eti());
+    // Only tracked objects can be borrowed; most objects are small values
+    // that are not, and recording them all cost a third of a library load.
+    if (tracked)
+        mObjects.emplace(address, &bis.get_eti());
 }
 
 void TArchiveGuard::BeginPointer(const TBasicPointerISerializer* staticPointer, TFinder finder)
@@ -203,7 +210,7 @@ TArchiveGuard::TDepth::TDepth(TArchiveGuard& guard) : mGuard(guard)
     void ARCHIVE::load_object(void* t, const TBasicISerializer& bis)                                              \
     {                                                                                                             \
         TDepth depth(*this);                                                                                      \
-        BeginObject(t, bis);                                                                                      \
+        BeginObject(t, bis, bis.tracking(this->get_flags()));                                                     \
         TBase::load_object(t, bis);                                                                               \
     }                                                                                                             \
     const ARCHIVE::TBasicPointerISerializer* ARCHIVE::load_pointer(                                               \

@@ -83,7 +83,7 @@ protected:
 
     // Mirrors of the archive's class registration, in its order.
     void RegisterClass(const TBasicISerializer& bis);
-    void BeginObject(void* address, const TBasicISerializer& bis);
+    void BeginObject(void* address, const TBasicISerializer& bis, bool tracked);
     void BeginPointer(const TBasicPointerISerializer* staticPointer, TFinder finder);
     void OnClassId(int classId);
     void OnClassName(const char* key);
@@ -101,6 +101,7 @@ private:
     std::map<const boost::serialization::extended_type_info*, int> mClassIds;
     // Several objects share an address: an object and its first member.
     std::multimap<const void*, const boost::serialization::extended_type_info*> mObjects;
+    const TBasicISerializer* mLastClass = nullptr;
     const TBasicISerializer* mVersionOf = nullptr;
     const TBasicPointerISerializer* mPointerStatic = nullptr;
     TFinder mPointerFinder = nullptr;
