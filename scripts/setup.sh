@@ -8,6 +8,7 @@ packages=(
   liblua5.2-dev libplist-dev zlib1g-dev
   libspdlog-dev libfmt-dev libtomlplusplus-dev nlohmann-json3-dev libcli11-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  libsmf-dev libfluidsynth-dev timgm6mb-soundfont
 )
 missing=()
 for p in "${packages[@]}"; do

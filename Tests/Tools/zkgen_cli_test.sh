@@ -12,10 +12,12 @@ out=$("$zkgen" --version) || fail "--version exited non-zero"
 "$zkgen" --help | grep -q generate || fail "--help doesn't list generate"
 "$zkgen" generate --help | grep -q -- --memento || fail "generate --help doesn't list --memento"
 
+# Without a library the demo bundle of the build plays.
+out=$("$zkgen" generate --bars 2 2>&1) || fail "generate with the demo library: $out"
+grep -q "Performance: [1-9][0-9]* events" <<<"$out" || fail "generate with the demo library said: $out"
+"$zkgen" generate --help | grep -q "Exit codes" || fail "generate --help doesn't document the exit codes"
+
 # Missing or empty content: a plain message and a non-zero exit, no crash.
-out=$("$zkgen" generate 2>&1); rc=$?
-[ $rc -ne 0 ] && [ $rc -lt 128 ] || fail "generate without a library: rc $rc"
-grep -q "no content library" <<<"$out" || fail "generate without a library said: $out"
 out=$("$zkgen" generate --library "$work/none.glibb" 2>&1); rc=$?
 [ $rc -ne 0 ] && [ $rc -lt 128 ] || fail "missing library: rc $rc"
 grep -q "content library not found: $work/none.glibb" <<<"$out" || fail "missing library said: $out"
@@ -68,4 +70,42 @@ out=$("$zkgen" bundle info "$b" 2>&1); rc=$?
 [ $rc -eq 1 ] || fail "damaged bundle info: rc $rc"
 grep -q "can't be loaded" <<<"$out" || fail "damaged bundle info said: $out"
 "$zkgen" bundle check "$work/none.glibb" >/dev/null 2>&1 && fail "bundle check of nothing succeeded"
+# Song files: one line naming the file and line of a mistake, exit 2, and
+# nothing written.
+song="$work/song.toml"
+printf 'title = "t"\ntempo = 100\n\n[[section]]\nname = "A"\nbars = 2\nspeed = 3\n' >"$song"
+out=$("$zkgen" generate "$song" -o "$work/s.mid" 2>&1); rc=$?
+[ $rc -eq 2 ] || fail "unknown song key: rc $rc"
+grep -q "song.toml:7: unknown key 'speed' in section 'A'" <<<"$out" || fail "unknown song key said: $out"
+[ ! -e "$work/s.mid" ] || fail "a refused song wrote a MIDI file"
+printf 'time-signature = "65/4"\n[[section]]\nname = "A"\nbars = 2\n' >"$song"
+out=$("$zkgen" generate "$song" -o "$work/s.mid" 2>&1); rc=$?
+[ $rc -eq 2 ] && grep -q "numerator" <<<"$out" || fail "65/4 said (rc $rc): $out"
+printf 'genre = "Nope"\n[[section]]\nname = "A"\nbars = 2\n' >"$song"
+out=$("$zkgen" generate "$song" -o "$work/s.mid" 2>&1); rc=$?
+[ $rc -eq 2 ] && grep -q "no genre named 'Nope'" <<<"$out" || fail "unknown genre said (rc $rc): $out"
+printf '[[section]]\nname = "A"\nbars = 2\nstyle = 5\n' >"$song"
+out=$("$zkgen" generate "$song" -o "$work/s.mid" 2>&1); rc=$?
+[ $rc -eq 2 ] && grep -q "style 5" <<<"$out" || fail "unknown style said (rc $rc): $out"
+printf '[[section]]\nname = "A"\nbars = 2\ntempo-scale = 3\n' >"$song"
+"$zkgen" generate "$song" -o "$work/s.mid" >/dev/null 2>&1 && fail "tempo-scale 3 accepted"
+# A song that plays: the MIDI file and the take; the same bytes again; an
+# unwritable output leaves what was there.
+printf 'title = "t"\n[[section]]\nname = "A"\nbars = 4\ncomplexity = 60\n' >"$song"
+"$zkgen" generate "$song" -o "$work/s.mid" >/dev/null || fail "song generate"
+[ -s "$work/s.mid" ] && [ -s "$work/s.take" ] || fail "song generate wrote no MIDI file or take"
+cp "$work/s.mid" "$work/first.mid"
+"$zkgen" generate "$song" -o "$work/s.mid" >/dev/null || fail "second song generate"
+cmp -s "$work/s.mid" "$work/first.mid" || fail "the same song and take gave other bytes"
+out=$("$zkgen" generate "$song" -o "$work/s.mid/x.mid" --take-file "$work/s.take" 2>&1); rc=$?
+[ $rc -eq 1 ] || fail "unwritable output: rc $rc ($out)"
+cmp -s "$work/s.mid" "$work/first.mid" || fail "a failed write damaged the MIDI file"
+out=$("$zkgen" generate "$song" -o "$work/s.mid" --section B --take new 2>&1); rc=$?
+[ $rc -eq 2 ] && grep -q "no section named 'B'" <<<"$out" || fail "unknown section said (rc $rc): $out"
+# The content compiler names the file and line of a mistake.
+mkdir -p "$work/content"
+printf 'genre = "G"\n[drums]\nsystems = "missing.grid"\n' >"$work/content/library.toml"
+out=$("$zkgen" content build "$work/content" "$work/out.glibb" 2>&1); rc=$?
+[ $rc -eq 2 ] && grep -q "library.toml:3: cannot read 'missing.grid'" <<<"$out" || fail "content build said (rc $rc): $out"
+[ ! -e "$work/out.glibb" ] || fail "a failed content build left a bundle"
 echo "zkgen cli: ok"

@@ -1,4 +1,5 @@
 #include "GenerateCommand.h"
+#include "song/SongFile.h"
 
 #include <ZKGenEngine.h>
 
@@ -35,29 +36,6 @@ std::vector<std::string> Keys(const std::map<std::string, T>& m)
     return r;
 }
 
-// "7/8" into numerator and denominator exponent; nullopt for anything else.
-std::optional<std::pair<int, int>> ParseTimeSignature(const std::string& text)
-{
-    const auto slash = text.find('/');
-    if (slash == std::string::npos)
-        return std::nullopt;
-    try {
-        size_t used = 0;
-        const int nom = std::stoi(text.substr(0, slash), &used);
-        if (used != slash)
-            return std::nullopt;
-        const std::string d = text.substr(slash + 1);
-        const int denom = std::stoi(d, &used);
-        if (used != d.size() || nom < 1 || nom > 64)
-            return std::nullopt;
-        for (int ix = 0; ix <= 5; ++ix)
-            if ((1 << ix) == denom)
-                return std::make_pair(nom, ix);
-    } catch (const std::exception&) {
-    }
-    return std::nullopt;
-}
-
 int Fail(const std::string& message, int code = 2)
 {
     std::cerr << "zkgen: " << message << "\n";
@@ -78,8 +56,26 @@ std::optional<TGenDict> ReadMemento(const std::string& path, std::string& error)
 
 void AddGenerateCommand(CLI::App& app, GenerateOptions& o, int& exitCode)
 {
-    CLI::App* cmd = app.add_subcommand("generate", "Perform a song region with a content library");
+    CLI::App* cmd = app.add_subcommand("generate", "Perform a song file (or one region) with a content library");
+    cmd->add_option("SONG", o.mSongPath, "Song file (TOML): title, tempo, time signature and sections; without it "
+                                         "one region is played from the flags below")
+        ->check(CLI::ExistingFile);
     cmd->add_option("--library,-l", o.mLibrary, "Content library (glibb bundle); the bundled demo content if omitted");
+    cmd->add_option("--output,-o", o.mOutput, "MIDI file to write (song mode; default: the song's name with .mid)");
+    cmd->add_option("--take", o.mTake, "keep: play the take file beside the MIDI file (made on first use); "
+                                       "new: a new take, written back")
+        ->check(CLI::IsMember({"keep", "new"}))->capture_default_str();
+    cmd->add_option("--take-file", o.mTakePath, "Take file (default: the MIDI file's name with .take)");
+    cmd->add_option("--regenerate", o.mRegenerate, "Renew one layer of the take and keep the others")
+        ->check(CLI::IsMember({"accents", "systems", "fills", "percussion"}));
+    cmd->add_option("--section", o.mSection, "Limit --take new or --regenerate to this section");
+    cmd->add_option("--show", o.mShow, "grid: print a drum grid per bar and the patterns played")
+        ->check(CLI::IsMember({"grid"}));
+    cmd->add_option("--grid-bars", o.mGridBars, "With --show grid: only the first N bars")->check(CLI::Range(0, 100000));
+    cmd->add_option("--wav", o.mWav, "Also render the MIDI file to this WAV file (General MIDI soundfont)");
+    cmd->add_flag("--no-phrases", o.mNoPhrases,
+        "Choose each bar's pattern afresh instead of following the phrases the library learnt (the pattern graphs' "
+        "edges and histories, on by default, so that a groove holds through a phrase)");
     cmd->add_flag("--builtin-default-genre", o.mBuiltinDefaultGenre,
         "Play the engine's built-in default genre instead of a library (an empty drummer: for checking the set-up)");
     cmd->add_option("--genre,-g", o.mGenre, "Genre name")->capture_default_str();
@@ -99,14 +95,18 @@ void AddGenerateCommand(CLI::App& app, GenerateOptions& o, int& exitCode)
     cmd->add_option("--tempo-scale", o.mTempoScale, "Play the style at half (0.5) or double (2) time")->capture_default_str();
     cmd->add_option("--memento,-m", o.mMementoPath, "Memento file of the region: read if present, written back after the call");
     cmd->add_flag("--json", o.mJson, "Print the result as JSON");
-    cmd->callback([&o, &exitCode] { exitCode = RunGenerate(o); });
+    cmd->footer("Exit codes: 0 done; 1 an output could not be written (the files you had are left as they were); "
+                "2 bad input: a song file, flag, library, take or memento that can't be used.");
+    cmd->callback([&o, &exitCode] { exitCode = o.mSongPath.empty() ? RunGenerate(o) : RunSong(o); });
 }
 
 int RunGenerate(const GenerateOptions& o)
 {
-    const auto sign = ParseTimeSignature(o.mTimeSignature);
-    if (!sign)
-        return Fail("time signature '" + o.mTimeSignature + "' is not of the form N/D with D a power of two up to 32");
+    std::string signError;
+    const auto parsed = ParseTimeSignatureText(o.mTimeSignature, signError);
+    if (!parsed)
+        return Fail(signError);
+    const auto sign = std::make_optional(std::make_pair(parsed->mNumerator, parsed->DenominatorExponent()));
     const double barLength = GenBarLengthInBeats(sign->first, sign->second);
     const double length = o.mBeats >= 0.0 ? o.mBeats : o.mBars * barLength;
     const double start = o.mStartBeat >= 0.0 ? o.mStartBeat : (o.mStartBar - 1.0) * barLength;
@@ -117,9 +117,9 @@ int RunGenerate(const GenerateOptions& o)
     if (o.mBuiltinDefaultGenre) {
         generator.CreateDefaultGenre();
     } else {
-        const std::string library = o.mLibrary.empty() ? std::string() : o.mLibrary;
+        const std::string library = o.mLibrary.empty() ? DemoLibraryPath() : o.mLibrary;
         if (library.empty())
-            return Fail("no content library: the demo bundle isn't part of this build yet; name one with --library, "
+            return Fail("no content library: the demo bundle was not found; name one with --library, "
                         "or use --builtin-default-genre to check the set-up");
         if (!ZKFileExists(library))
             return Fail("content library not found: " + library);

@@ -26,10 +26,27 @@ struct GenerateOptions {
     double mTempoScale = 1.0;
     std::string mMementoPath;
     bool mJson = false;
+    // The song mode.
+    std::string mSongPath;
+    std::string mOutput;
+    std::string mTake = "keep";
+    std::string mTakePath;
+    std::string mRegenerate;
+    std::string mSection;
+    std::string mShow;
+    int mGridBars = -1;
+    std::string mWav;
+    bool mNoPhrases = false;
 };
+
+// The bundled demo library: the build tree's, else the install tree's
+// (found from the running program); empty when neither exists.
+std::string DemoLibraryPath();
 
 void AddGenerateCommand(CLI::App& app, GenerateOptions& options, int& exitCode);
 // Runs the command; the exit code of the tool.
 int RunGenerate(const GenerateOptions& options);
+// The song mode: `zkgen generate SONG.toml`.
+int RunSong(const GenerateOptions& options);
 
 } // namespace zkgen::cli

@@ -1,6 +1,7 @@
 // zkgen: the command-line front end of the engine.
 
 #include "BundleCommands.h"
+#include "ContentCommands.h"
 #include "GenerateCommand.h"
 #include "InstCommands.h"
 #include "StyleCommands.h"
@@ -24,6 +25,7 @@ int main(int argc, char** argv)
     zkgen::cli::AddInstCommands(app, exitCode);
     zkgen::cli::AddStyleCommands(app, exitCode);
     zkgen::cli::AddBundleCommands(app, exitCode);
+    zkgen::cli::AddContentCommands(app, exitCode);
 
     try {
         app.parse(argc, argv);

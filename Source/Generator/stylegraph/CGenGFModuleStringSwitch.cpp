@@ -158,7 +158,13 @@ const CGenGFClassDescription& CGenGFModuleValueSwitch::ClassDescription()
                      ranges.emplace_back(r.DoubleForKey("min"), r.DoubleForKey("max"), r.BoolForKey("minEnabled", true),
                          r.BoolForKey("maxEnabled", true));
                  }
-                 static_cast<CGenGFModuleValueSwitch&>(m).setRanges(ranges);
+                 // A stored state restores its ranges before its count: the
+                 // ranges bring their count along, or a third range would
+                 // be cut to the two outputs a new switch has.
+                 auto& module = static_cast<CGenGFModuleValueSwitch&>(m);
+                 if (ranges.size() != module.outputCount())
+                     module.setOutputCount(static_cast<int64_t>(ranges.size()));
+                 module.setRanges(ranges);
              },
              [](const CGenGFModule&, const ZKGFValue& v, std::string& error) {
                  const TGenArray* array = v.Plist() ? v.Plist()->AsArray() : nullptr;

@@ -308,6 +308,26 @@ TEST(CGenGFPatternFlow, ValueSwitchRangesAreInclusive)
     EXPECT_EQ(vs->outputNormalizedValue->doubleValue(), 0.0);
 }
 
+// A stored state lists "ranges" before "outputCount": restoring three ranges
+// into a new switch (two outputs) must keep the third, not cut it to two
+// and then pad a default [0, 1] back in.
+TEST(CGenGFPatternFlow, ValueSwitchStateRestoresMoreRangesThanANewSwitchHas)
+{
+    CGenGFModuleValueSwitch stored;
+    stored.setOutputCount(3);
+    stored.setRanges({CGenRange<double>(0.0, 33.0), CGenRange<double>(33.0, 66.0), CGenRange<double>(66.0, 100.0)});
+    CGenGFModuleValueSwitch restored;
+    ASSERT_EQ(restored.outputCount(), 2u);
+    std::string error;
+    ASSERT_TRUE(restored.setState(stored.state(), &error)) << error;
+    ASSERT_EQ(restored.outputCount(), 3u);
+    ASSERT_EQ(restored.ranges().size(), 3u);
+    EXPECT_EQ(restored.ranges()[2].mMin, 66.0);
+    EXPECT_EQ(restored.ranges()[2].mMax, 100.0);
+    EXPECT_EQ(restored.indexOfRangeForValue(80.0), std::optional<size_t>(2));
+    EXPECT_NE(restored.outputGFPortForKey("index_3"), nullptr);
+}
+
 TEST(CGenGFPatternFlow, MultiplexerPullsOnlyTheActiveSource)
 {
     CGenGFModule root;

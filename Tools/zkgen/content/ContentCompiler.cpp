@@ -1,0 +1,258 @@
+#include "content/ContentCompiler.h"
+
+#include "content/ContentError.h"
+#include "content/GridPatterns.h"
+#include "content/StyleSource.h"
+
+#include <Generator/CGenGeneratorStorage.h>
+
+#include <Generator/CGenGenerator.h>
+#include <Generator/instruments/CGenDrumMap.h>
+#include <Generator/library/CGenGenreLib.h>
+#include <Generator/library/CGenInstLib.h>
+#include <Generator/patterns/CGenPattern.h>
+#include <Generator/patterns/CGenPatternGraphBoost.h>
+#include <Generator/stylegraph/CGenStyle.h>
+#include <Platform/ZKFileOps.h>
+
+#include <toml++/toml.h>
+
+#include <filesystem>
+#include <map>
+#include <set>
+
+namespace zkgen::cli {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const char* const kManifestName = "library.toml";
+
+struct TLayer {
+    const char* mKey;
+    TPatternGraphType mType;
+};
+const TLayer kLayers[] = {{"accent-families", TPatternGraphType_AccentFamily},
+    {"accent-addons", TPatternGraphType_AccentAddon}, {"systems", TPatternGraphType_System},
+    {"fills", TPatternGraphType_Fill}, {"percussion", TPatternGraphType_Percussion}};
+
+class TManifestReader {
+public:
+    TManifestReader(fs::path root) : mRoot(std::move(root)), mFile(kManifestName) {}
+
+    [[noreturn]] void Fail(const toml::node& at, const std::string& message) const
+    {
+        throw TContentError(mFile, static_cast<int>(at.source().begin.line), message);
+    }
+
+    std::string ReadSource(const std::string& relative, const toml::node& at) const
+    {
+        std::string error;
+        const auto bytes = ZKFileRead((mRoot / relative).string(), &error);
+        if (!bytes)
+            Fail(at, "cannot read '" + relative + "': " + error);
+        return std::string(bytes->begin(), bytes->end());
+    }
+
+    std::string Text(const toml::node& n, const std::string& what) const
+    {
+        if (!n.is_string())
+            Fail(n, what + " must be a text");
+        return n.as_string()->get();
+    }
+
+    std::vector<std::pair<std::string, const toml::node*>> Files(const toml::node& n, const std::string& what) const
+    {
+        std::vector<std::pair<std::string, const toml::node*>> files;
+        if (n.is_string()) {
+            files.emplace_back(n.as_string()->get(), &n);
+            return files;
+        }
+        if (!n.is_array())
+            Fail(n, what + " must be a file or a list of files");
+        for (const toml::node& f : *n.as_array())
+            files.emplace_back(Text(f, what), &f);
+        return files;
+    }
+
+    void Compile(CGenGenerator& generator)
+    {
+        const std::string text = ReadSourceOrFail();
+        toml::table root;
+        try {
+            root = toml::parse(text, mFile);
+        } catch (const toml::parse_error& e) {
+            throw TContentError(mFile, static_cast<int>(e.source().begin.line), std::string(e.description()));
+        }
+        for (const auto& [k, v] : root) {
+            static const std::set<std::string> known = {"genre", "kit", "drum-map", "drums"};
+            if (!known.count(std::string(k.str())))
+                Fail(v, "unknown key '" + std::string(k.str()) + "'; the manifest knows genre, kit, drum-map and drums");
+        }
+        const toml::node* genreNode = root.get("genre");
+        const std::string genre = genreNode ? Text(*genreNode, "genre") : std::string(kDefaultGenre);
+        if (genre.empty())
+            Fail(*genreNode, "the genre needs a name");
+
+        TDrumMapAliases aliases;
+        if (const toml::node* kit = root.get("kit")) {
+            if (!kit->is_table())
+                Fail(*kit, "kit must be a table of kit piece = \"instrument path\"");
+            for (const auto& [k, v] : *kit->as_table())
+                aliases[std::string(k.str())] = Text(v, "kit piece '" + std::string(k.str()) + "'");
+        }
+
+        generator.GenreLibs().clear();
+        generator.CreateDefaultGenre();
+        CGenGenreLib& genreLib = generator.GenreLibs().front();
+        genreLib.mGenre = genre;
+        if (const toml::node* map = root.get("drum-map"))
+            DrumMap(genreLib, *map);
+
+        CGenInstLib* drums = genreLib.FindInstLib(TGenInstType_Drums);
+        if (const toml::node* d = root.get("drums")) {
+            if (!d->is_table())
+                Fail(*d, "drums must be a table");
+            InstLib(*drums, *d->as_table(), aliases);
+        }
+        // Coordinates are written on the 0..100 scale of the user's controls.
+        CGenPatternCoordConv identity;
+        identity.SetToIdentity();
+        genreLib.SetAllPatternCoordConv(identity);
+        genreLib.InitSignTimeTrafosForThisInstType();
+        genreLib._SetWeakPointersToClaveLibs();
+    }
+
+private:
+    std::string ReadSourceOrFail() const
+    {
+        std::string error;
+        const auto bytes = ZKFileRead((mRoot / kManifestName).string(), &error);
+        if (!bytes)
+            throw TContentError(mFile, 0, "cannot read the manifest: " + error);
+        return std::string(bytes->begin(), bytes->end());
+    }
+
+    void DrumMap(CGenGenreLib& genreLib, const toml::node& n) const
+    {
+        if (!n.is_table())
+            Fail(n, "drum-map must be a table of kit piece = note number");
+        CGenDrumMap map = *genreLib.DrumMap();
+        for (const auto& [k, v] : *n.as_table()) {
+            const std::string piece(k.str());
+            int found = -1;
+            for (int p = 0; p < static_cast<int>(TGenDrumPiece_Count); ++p)
+                if (piece == TGenDrumPieceName(static_cast<TGenDrumPiece>(p)))
+                    found = p;
+            if (found < 0)
+                Fail(v, "unknown kit piece '" + piece + "' in drum-map");
+            if (!v.is_integer() || v.as_integer()->get() < 0 || v.as_integer()->get() > 127)
+                Fail(v, "the note of '" + piece + "' must be a whole number 0 to 127");
+            map.SetNoteNr(static_cast<TGenDrumPiece>(found), static_cast<int>(v.as_integer()->get()));
+        }
+        genreLib.SetDrumMap(map);
+    }
+
+    void InstLib(CGenInstLib& lib, const toml::table& t, const TDrumMapAliases& aliases) const
+    {
+        std::set<std::string> known = {"styles", "phrases"};
+        for (const TLayer& layer : kLayers)
+            known.insert(layer.mKey);
+        for (const auto& [k, v] : t)
+            if (!known.count(std::string(k.str())))
+                Fail(v, "unknown key '" + std::string(k.str()) + "' in drums");
+
+        for (const TLayer& layer : kLayers) {
+            const toml::node* n = t.get(layer.mKey);
+            if (!n)
+                continue;
+            CGenPatternGraphBoost& graph = lib.PatternGraph(layer.mType);
+            for (const auto& [file, at] : Files(*n, layer.mKey)) {
+                for (const CGenPattern& pattern : ParseGridPatterns(ReadSource(file, *at), file, aliases)) {
+                    if (graph.FindPatternWithName(pattern.mName) != graph.PatternCount())
+                        Fail(*at, "pattern '" + pattern.mName + "' of '" + file + "' is already in " + layer.mKey);
+                    graph.AddPattern(pattern);
+                }
+            }
+        }
+        if (const toml::node* phrases = t.get("phrases")) {
+            if (!phrases->is_table())
+                Fail(*phrases, "phrases must be a table of layer = file");
+            for (const auto& [k, v] : *phrases->as_table()) {
+                const TLayer* layer = nullptr;
+                for (const TLayer& l : kLayers)
+                    if (k.str() == l.mKey)
+                        layer = &l;
+                if (!layer)
+                    Fail(v, "unknown layer '" + std::string(k.str()) + "' in phrases");
+                for (const auto& [file, at] : Files(v, "phrases"))
+                    TrainEdgesFromPhrases(ReadSource(file, *at), file, lib.PatternGraph(layer->mType));
+            }
+        }
+        if (const toml::node* styles = t.get("styles")) {
+            lib.mStyles.clear();
+            std::set<std::string> ids;
+            for (const auto& [file, at] : Files(*styles, "styles")) {
+                CGenStyle style;
+                ParseStyleSource(ReadSource(file, *at), file, style);
+                if (!ids.insert(style.UniqueID()).second)
+                    Fail(*at, "style id '" + style.UniqueID() + "' of '" + file + "' is used twice");
+                lib.mStyles.push_back(std::move(style));
+            }
+        }
+    }
+
+    fs::path mRoot;
+    std::string mFile;
+};
+
+} // namespace
+
+void CompileContent(const std::string& sourceDir, CGenGenerator& generator)
+{
+    TManifestReader(sourceDir).Compile(generator);
+}
+
+bool BuildContentBundle(const std::string& sourceDir, const std::string& bundlePath, std::string& error)
+{
+    CGenGenerator generator;
+    try {
+        CompileContent(sourceDir, generator);
+    } catch (const TContentError& e) {
+        error = e.what();
+        return false;
+    }
+    // Built beside the target and swapped in, so that a failed build leaves
+    // the previous bundle as it was, and the save starts from an empty folder
+    // (nothing of an older build remains in the result).
+    std::error_code ec;
+    const fs::path target(bundlePath);
+    const bool emptyFolder = fs::is_directory(target, ec) && fs::is_empty(target, ec);
+    if (fs::exists(target, ec) && !emptyFolder && !fs::is_directory(target / "StyleGraphs", ec)) {
+        error = bundlePath + " exists and is not a bundle; it was left as it is";
+        return false;
+    }
+    const fs::path fresh = target.string() + ".building";
+    const fs::path old = target.string() + ".previous";
+    fs::remove_all(fresh, ec);
+    fs::remove_all(old, ec);
+    TGenStorageError storageError;
+    if (!generator.SaveToURLWithoutChangingLibraryBundleLocation(fresh.string(), &storageError)) {
+        error = "cannot save the bundle " + bundlePath + ": " + storageError.mDescription;
+        fs::remove_all(fresh, ec);
+        return false;
+    }
+    if (fs::exists(target, ec))
+        fs::rename(target, old, ec);
+    if (!ec)
+        fs::rename(fresh, target, ec);
+    if (ec) {
+        error = "cannot put the bundle in place at " + bundlePath + ": " + ec.message();
+        return false;
+    }
+    fs::remove_all(old, ec);
+    return true;
+}
+
+} // namespace zkgen::cli
