@@ -1,8 +1,9 @@
 #pragma once
 
 // Standard MIDI Files for a performance: the writer behind the tool's MIDI
-// output and a reader that turns a file back into the same description, for
-// the tests and for checking a written file.
+// output (the bytes are made here), and a reader through libsmf that turns a
+// file back into the same description, for the tests and for checking a
+// written file with a second implementation of the format.
 
 #include "Performance.h"
 
@@ -17,7 +18,8 @@ namespace zkgen::cli {
 inline constexpr int kMidiPpqn = 960;
 
 // Meta texts (track names, markers) are cut to this many bytes, at a UTF-8
-// character boundary: libsmf 1.3 reads a meta event's length as one byte.
+// character boundary: libsmf 1.3 reads a meta event's length as one byte, and
+// the files we write must read back.
 inline constexpr size_t kMidiMaxMetaText = 127;
 
 // Writes `p` as a Standard MIDI File of type 1 at 960 pulses per quarter note:
