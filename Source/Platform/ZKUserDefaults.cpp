@@ -1,4 +1,5 @@
 #include "Platform/ZKUserDefaults.h"
+#include "Platform/ZKStrings.h"
 
 #include "Platform/ZKFileOps.h"
 
@@ -22,11 +23,7 @@ Overrides& GetOverrides()
 
 std::string_view Trim(std::string_view s)
 {
-    while (!s.empty() && std::isspace(static_cast<unsigned char>(s.front())))
-        s.remove_prefix(1);
-    while (!s.empty() && std::isspace(static_cast<unsigned char>(s.back())))
-        s.remove_suffix(1);
-    return s;
+    return ZKTrimWhitespace(s);
 }
 
 std::string Lower(std::string_view s)

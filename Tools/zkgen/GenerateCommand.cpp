@@ -139,6 +139,7 @@ int RunGenerate(const GenerateOptions& o)
     params.mGenerateStartPosAbs = static_cast<float>(start);
     params.mStyleIx = o.mStyle;
     params.mTempoScale = o.mTempoScale;
+    params.mEdgesAndHistory_Active = !o.mNoPhrases;
     params.mEvsSignTime.InsertAtCorrectBeatPos(CGenEvSignTime(0.0f, CGenSignTime(sign->first, sign->second)));
     params.mEvsTempo.InsertAtCorrectBeatPos(CGenEvTempo(0.0f, o.mTempo));
     params.mPatternCoordStaticAcExt = CGenPatternCoordExt(static_cast<float>(o.mComplexity), static_cast<float>(o.mIntensity));

@@ -1,4 +1,5 @@
 #include "Generator/stylegraph/CGenGFModuleFilterPatternName.h"
+#include "Platform/ZKStrings.h"
 
 #include "Generator/stylegraph/CGenGFModulePatternProbProvider.h"
 
@@ -8,11 +9,7 @@ namespace {
 
 std::string Trimmed(const std::string& s)
 {
-    const char* space = " \t\n\r\f\v";
-    const size_t first = s.find_first_not_of(space);
-    if (first == std::string::npos)
-        return {};
-    return s.substr(first, s.find_last_not_of(space) - first + 1);
+    return std::string(ZKTrimWhitespace(s));
 }
 
 } // namespace

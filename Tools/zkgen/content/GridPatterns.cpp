@@ -9,6 +9,7 @@
 #include <Generator/patterns/CGenPatternEdge.h>
 #include <Generator/patterns/CGenPatternGraphBoost.h>
 #include <Generator/timesig/CGenSignTime.h>
+#include <Platform/ZKStrings.h>
 
 #include <algorithm>
 #include <charconv>
@@ -37,13 +38,7 @@ bool IsBlank(char c)
 
 std::string Trim(const std::string& s)
 {
-    size_t b = 0;
-    size_t e = s.size();
-    while (b < e && IsBlank(s[b]))
-        ++b;
-    while (e > b && IsBlank(s[e - 1]))
-        --e;
-    return s.substr(b, e - b);
+    return std::string(ZKTrimWhitespace(s));
 }
 
 // Lines with their comments cut off and blanks trimmed; empty lines stay, so

@@ -1,4 +1,5 @@
 #include "content/StyleSource.h"
+#include <Platform/ZKStrings.h>
 
 #include "content/ContentError.h"
 
@@ -287,12 +288,7 @@ private:
         return port;
     }
 
-    static std::string Trim(const std::string& s)
-    {
-        const auto b = s.find_first_not_of(" \t");
-        const auto e = s.find_last_not_of(" \t");
-        return b == std::string::npos ? std::string() : s.substr(b, e - b + 1);
-    }
+    static std::string Trim(const std::string& s) { return std::string(ZKTrimWhitespace(s)); }
 
     std::string mFile;
 };

@@ -1,4 +1,5 @@
 #include "song/SongFile.h"
+#include <Platform/ZKStrings.h>
 
 #include <Generator/CGenGeneratorParams.h>
 
@@ -50,12 +51,7 @@ int LineOf(const toml::node& node)
 
 std::string Trimmed(std::string_view text)
 {
-    constexpr std::string_view kSpaces = " \t\r\n\f\v";
-    const size_t begin = text.find_first_not_of(kSpaces);
-    if (begin == std::string_view::npos)
-        return {};
-    const size_t end = text.find_last_not_of(kSpaces);
-    return std::string(text.substr(begin, end - begin + 1));
+    return std::string(ZKTrimWhitespace(text));
 }
 
 std::string NumberText(double value)
