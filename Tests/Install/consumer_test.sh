@@ -72,6 +72,11 @@ if [ "$(cache_value ZKGEN_BUILD_TOOLS)" = "ON" ]; then
   version=$(LD_LIBRARY_PATH=$libdir "$prefix/bin/zkgen" --version)
   [ "$version" = "zkgen $(pkg-config --modversion zkgenengine)" ] || fail "zkgen --version printed '$version'"
   echo "$version"
+  # It finds the engine through its run path and plays the installed demo
+  # library when none is named.
+  [ -f "$prefix/share/zkgenengine/Demo.glibb/library.glib" ] || fail "the demo bundle is not installed"
+  out=$(env -u LD_LIBRARY_PATH "$prefix/bin/zkgen" generate --bars 2) || fail "installed zkgen generate: $out"
+  grep -q "Performance: [1-9][0-9]* events" <<<"$out" || fail "installed zkgen played nothing: $out"
 fi
 
 # A tree moved after installing still points at itself.

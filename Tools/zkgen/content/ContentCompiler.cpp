@@ -227,7 +227,11 @@ bool BuildContentBundle(const std::string& sourceDir, const std::string& bundleP
     // the previous bundle as it was, and the save starts from an empty folder
     // (nothing of an older build remains in the result).
     std::error_code ec;
-    const fs::path target(bundlePath);
+    // "out.glibb/" is the folder itself: the siblings below belong beside
+    // it, not inside it.
+    fs::path target = fs::path(bundlePath).lexically_normal();
+    if (!target.has_filename() && target.has_relative_path())
+        target = target.parent_path();
     const bool emptyFolder = fs::is_directory(target, ec) && fs::is_empty(target, ec);
     if (fs::exists(target, ec) && !emptyFolder && !fs::is_directory(target / "StyleGraphs", ec)) {
         error = bundlePath + " exists and is not a bundle; it was left as it is";
