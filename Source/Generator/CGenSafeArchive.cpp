@@ -1,6 +1,7 @@
 #include "Generator/CGenSafeArchive.h"
 
 #include "Generator/CGenSerialization.h"
+#include "Generator/CGenTypes.h"
 
 // The archive templates' bodies, instantiated here for the two archives.
 #include <boost/archive/impl/archive_serializer_map.ipp>
@@ -61,6 +62,14 @@ void CheckArchiveRange(long long value, long long min, long long max, const char
     if (value < min || value > max)
         throw TArchiveRefused(std::string("the archive gives ") + what + " " + std::to_string(value) + ", outside "
             + std::to_string(min) + " to " + std::to_string(max));
+}
+
+void CheckArchiveLength(float value, float max, const char* what)
+{
+    if (value == TGenBeatLength_Undef || (value >= 0.0f && value <= max))
+        return;
+    throw TArchiveRefused(std::string("the archive gives ") + what + " " + std::to_string(value) + ", outside 0 to "
+        + std::to_string(max));
 }
 
 // ---------------------------------------------------------------------------

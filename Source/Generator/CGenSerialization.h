@@ -34,5 +34,7 @@ void RefuseNewerClassVersion(const char* className, unsigned int version, unsign
 // For loads of values that bypass their setters (enumerations, counts, metre
 // values): a read value outside [min, max] is damage, and the read throws.
 void CheckArchiveRange(long long value, long long min, long long max, const char* what);
+// The same for a length in beats: undefined, or 0 to max; NaN is damage.
+void CheckArchiveLength(float value, float max, const char* what);
 
 } // namespace zkgen

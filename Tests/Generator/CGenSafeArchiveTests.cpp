@@ -4,6 +4,7 @@
 #include "Generator/CGenArchivePointers.h"
 #include "Generator/CGenEv.h"
 #include "Generator/CGenSafeArchive.h"
+#include "Generator/clave/CGenClavePattern.h"
 #include "Generator/instruments/CGenInstTree.h"
 #include "Generator/timesig/CGenSignTime.h"
 #include "Platform/ZKLog.h"
@@ -286,4 +287,25 @@ TEST(CGenSafeArchive, ClassVersionsAndMetreValuesAreChecked)
     // A denominator given through the setter still costs no time: 2^2000000000
     // is infinite, so the bar has no length.
     EXPECT_EQ(CGenSignTime(3, 2000000000).BarLength(), 0.0f);
+}
+
+// Loading a clave library compares each clave with 256 one-bar figures on a
+// sixteenth grid; a clave of millions of beats stalled the load, so lengths
+// beyond 256 beats are damage. 256 itself and an undefined length load.
+TEST(CGenSafeArchive, ClaveLengthsAreBounded)
+{
+    CGenEvsClave evs;
+    evs.mLength = 300.0f;
+    CGenClavePattern tooLong("long", evs);
+    CGenClavePattern readBack;
+    EXPECT_EQ(ReasonForText(zkgtest::ToTextArchive(tooLong), readBack),
+        "the archive is damaged or of another kind: the archive gives a clave pattern's length 300.000000, outside 0 "
+        "to 256.000000");
+    for (const float length : {256.0f, TGenBeatLength_Undef}) {
+        evs.mLength = length;
+        CGenClavePattern fits("fits", evs);
+        CGenClavePattern loaded;
+        EXPECT_EQ(ReasonForText(zkgtest::ToTextArchive(fits), loaded), "loaded");
+        EXPECT_EQ(loaded.mEvs.mLength, length);
+    }
 }

@@ -256,6 +256,33 @@ TEST(WavRender, ReportsMissingInputs)
     EXPECT_FALSE(fs::exists(wav));
 }
 
+TEST(WavRender, ReportsAMissingFluidSynth)
+{
+    const std::string hint = "audio preview needs FluidSynth: apt-get install libfluidsynth3 (";
+    std::string error;
+
+    // No library of that name: the loader's own words follow the hint.
+    EXPECT_FALSE(LoadFluidSynth("libzkgen-no-such-synth.so.9", error));
+    EXPECT_EQ(error,
+        hint + "libzkgen-no-such-synth.so.9: cannot open shared object file: No such file or directory)");
+
+    // A library without FluidSynth's functions fails on the first one looked
+    // up; the loader names the library by its full path, which differs
+    // between systems.
+    error.clear();
+    EXPECT_FALSE(LoadFluidSynth("libm.so.6", error));
+    EXPECT_EQ(error.rfind(hint, 0), 0u) << error;
+    const std::string missing = "libm.so.6: undefined symbol: fluid_set_log_function)";
+    ASSERT_GE(error.size(), missing.size()) << error;
+    EXPECT_EQ(error.substr(error.size() - missing.size()), missing) << error;
+
+    // The library the preview uses has them all, and the error stays as it
+    // was.
+    error = "untouched";
+    EXPECT_TRUE(LoadFluidSynth("libfluidsynth.so.3", error)) << error;
+    EXPECT_EQ(error, "untouched");
+}
+
 TEST(WavRender, ReportsBadOutputAndSoundFont)
 {
     const std::string soundFont = FindGeneralMidiSoundFont();

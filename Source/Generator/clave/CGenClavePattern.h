@@ -30,11 +30,18 @@ public:
     }
     void TraceStreamBrief(std::ostream& os) const { os << "CGenClavePattern '" << mName << "'"; }
 
+    // A clave is a figure of a few bars. Loading a library compares every
+    // clave with 256 one-bar figures on a grid of sixteenths, so a damaged
+    // length of millions of beats would stall the load.
+    static constexpr float kLength_ArchiveMax = 256.0f;
+
     template <class Archive>
     void serialize(Archive& ar, const unsigned int /*version*/)
     {
         ar& boost::serialization::make_nvp("mName", mName);
         ar& boost::serialization::make_nvp("mEvs", mEvs);
+        if constexpr (Archive::is_loading::value)
+            zkgen::CheckArchiveLength(mEvs.mLength, kLength_ArchiveMax, "a clave pattern's length");
     }
 };
 

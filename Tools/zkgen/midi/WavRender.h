@@ -21,12 +21,21 @@ inline constexpr double kPreviewMaxRingSeconds = 20.0;
 // /usr/share/sounds/sf2/default-GM.sf2; empty if there is none.
 std::string FindGeneralMidiSoundFont();
 
+// Opens the FluidSynth library `library` (a name the dynamic loader looks
+// up, or a path) and looks up every function the preview calls; a complete
+// library stays loaded. RenderWav does this once, on its first call, with
+// libfluidsynth.so.3 or else libfluidsynth.so, so that zkgen starts without
+// loading FluidSynth. On failure returns false and sets `error` to
+// "audio preview needs FluidSynth: apt-get install libfluidsynth3 (<the
+// loader's reason>)".
+bool LoadFluidSynth(const std::string& library, std::string& error);
+
 // Renders `midiPath` to a 16-bit stereo WAV file at 44100 Hz that lasts the
 // song and its tail (see above). The same file and soundfont give the same
 // bytes. The result is written beside `wavPath` and renamed over it when
 // complete. On failure returns false, leaves `wavPath` as it was and sets
 // `error` to one line naming the path and the reason; an empty `soundFont`
-// is such a failure.
+// is such a failure, and so is a missing FluidSynth library.
 bool RenderWav(const std::string& midiPath, const std::string& wavPath, const std::string& soundFont,
     std::string& error);
 
