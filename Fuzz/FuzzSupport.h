@@ -64,6 +64,9 @@ inline void WriteFile(const std::filesystem::path& path, const uint8_t* data, si
 {
     std::error_code ec;
     std::filesystem::create_directories(path.parent_path(), ec);
+    // A new file rather than the old one cut short: ext4 flushes a file
+    // truncated and written again when it is closed, milliseconds a run.
+    std::filesystem::remove(path, ec);
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     if (size)
         out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));

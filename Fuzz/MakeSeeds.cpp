@@ -19,6 +19,10 @@
 #include "Platform/ZKKeyedArchive.h"
 #include "Platform/ZKLog.h"
 
+#ifdef ZKGEN_FUZZ_TOOL_SEEDS
+#include "midi/MidiFile.h"
+#endif
+
 #include <boost/archive/binary_oarchive.hpp>
 
 #include <cstdio>
@@ -235,6 +239,61 @@ void TextSeeds()
         Write("abstract_note", Named("note", i++).c_str(), std::string(note));
 }
 
+#ifdef ZKGEN_FUZZ_TOOL_SEEDS
+// MIDI files as the tool writes them: the reader's first job is to read these.
+void WriteMidi(const char* name, const zkgen::cli::TPerformance& p)
+{
+    const std::filesystem::path scratch = std::filesystem::temp_directory_path() / "zkgen_fuzz_seeds.mid";
+    std::string error;
+    if (!zkgen::cli::WriteMidiFile(p, scratch.string(), error)) {
+        std::fprintf(stderr, "%s\n", error.c_str());
+        std::exit(1);
+    }
+    Write("midi_file", name, Required(ZKFileRead(scratch), "a MIDI file"));
+    std::filesystem::remove(scratch);
+}
+
+// A bar of kick, snare and hi-hat on the drum channel, the hi-hat's
+// openness set by its pedal controller.
+zkgen::cli::TTrack DrumBar(double start)
+{
+    zkgen::cli::TTrack track;
+    track.mName = "Drums";
+    for (int i = 0; i < 8; ++i) {
+        const double beat = start + 0.5 * i;
+        track.mNotes.push_back({beat, 0.25, 9, 42, uint8_t(i % 2 ? 60 : 90)});
+        if (i % 4 == 0)
+            track.mNotes.push_back({beat, 0.25, 9, 36, 110});
+        if (i % 4 == 2)
+            track.mNotes.push_back({beat, 0.25, 9, 38, 100});
+    }
+    track.mControllers.push_back({start, 9, 4, 100});
+    return track;
+}
+
+void MidiSeeds()
+{
+    WriteMidi("empty.mid", zkgen::cli::TPerformance());
+
+    zkgen::cli::TPerformance beat;
+    beat.mTitle = "Beat";
+    beat.mTempos = {{0.0, 112.0}};
+    beat.mTracks = {DrumBar(0.0)};
+    WriteMidi("beat.mid", beat);
+
+    // Tempo and metre changes, markers and a second track on another channel.
+    zkgen::cli::TPerformance song;
+    song.mTitle = "Song";
+    song.mTempos = {{0.0, 100.0}, {4.0, 132.5}};
+    song.mMeters = {{0.0, 4, 4}, {4.0, 7, 8}};
+    song.mMarkers = {{0.0, "Verse"}, {4.0, "Bridge"}};
+    song.mTracks = {DrumBar(0.0), zkgen::cli::TTrack()};
+    song.mTracks[1].mName = "Percussion";
+    song.mTracks[1].mNotes.push_back({4.0, 3.5, 0, 54, 80});
+    WriteMidi("song.mid", song);
+}
+#endif
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -251,5 +310,8 @@ int main(int argc, char** argv)
     StyleSeeds();
     KeyedArchiveSeeds();
     TextSeeds();
+#ifdef ZKGEN_FUZZ_TOOL_SEEDS
+    MidiSeeds();
+#endif
     return 0;
 }

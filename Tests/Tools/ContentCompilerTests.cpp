@@ -551,6 +551,13 @@ TEST(ContentCompilerErrors, StyleModules)
         "s.toml:7: module key 'a.b' must be non-empty and without '.'");
     EXPECT_EQ(StyleError(Style(graph + "  { key = \"band\", class = \"ValueSwitch\", colour = 1 },\n]\n")),
         "s.toml:7: unknown key 'colour' in module 'band'");
+    // A value of the wrong kind for its port (found by fuzzing: the port's
+    // refusal used to end the program), and a count beyond the routing range.
+    EXPECT_EQ(StyleError(Style(graph + "  { key = \"name\", class = \"FilterPatternName\", "
+                                       "inputs = { inputFilterString = 0 } },\n]\n")),
+        "s.toml:7: port 'inputFilterString' of module 'name' does not take a number (its class is CGenGFPortString)");
+    EXPECT_EQ(StyleError(Style(graph + "  { key = \"mux\", class = \"Multiplexer\", inputs-count = 1e300 },\n]\n")),
+        "s.toml:7: inputs-count must be a whole number 0 to 128");
 }
 
 TEST(ContentCompilerErrors, StyleRangesAndSetup)

@@ -237,9 +237,18 @@ TEST(GridPatternErrors, HeaderMistakes)
     EXPECT_EQ(GridError("pattern a\ntime = 7/9\n"), "grid.txt:2: bad time signature '7/9' (want e.g. 4/4, 7/8, 3+2+2/8)");
     EXPECT_EQ(GridError("pattern a\ntime = four\n"), "grid.txt:2: bad time signature 'four' (want e.g. 4/4, 7/8, 3+2+2/8)");
     EXPECT_EQ(GridError("pattern a\ntempo = 180-60\n"),
-        "grid.txt:2: bad tempo range '180-60' (want MIN-MAX in bpm, e.g. 60-180)");
+        "grid.txt:2: bad tempo range '180-60' (want MIN-MAX in bpm up to 999, e.g. 60-180)");
     EXPECT_EQ(GridError("pattern a\ntempo = 120\n"),
-        "grid.txt:2: bad tempo range '120' (want MIN-MAX in bpm, e.g. 60-180)");
+        "grid.txt:2: bad tempo range '120' (want MIN-MAX in bpm up to 999, e.g. 60-180)");
+    // Values that parse but would not load again from the library archive
+    // (found by fuzzing): a float rating or tempo beyond float range, a metre
+    // beyond the archive's 1024 beats, and beats beyond any cell count.
+    EXPECT_EQ(GridError("pattern a\ntempo = 1-1e300\n"),
+        "grid.txt:2: bad tempo range '1-1e300' (want MIN-MAX in bpm up to 999, e.g. 60-180)");
+    EXPECT_EQ(GridError("pattern a\nrating = 1e300\n"), "grid.txt:2: rating = 1e300 lies outside -1e+06 to 1e+06");
+    EXPECT_EQ(GridError("pattern a\ntime = 255+255+255+255+255/1\n"),
+        "grid.txt:2: time signature '255+255+255+255+255/1' has more than 1024 beats or 64 parts");
+    EXPECT_EQ(GridError("pattern a\nbeats = 1e300\n"), "grid.txt:2: beats = 1e300 lies outside 0 to 16384");
     EXPECT_EQ(GridError("pattern a\nsteps = 4\nsteps = 8\n"), "grid.txt:3: 'steps' is given twice in pattern 'a'");
     EXPECT_EQ(GridError("pattern a\nbars = 1\nbeats = 2\n"), "grid.txt:3: bars and beats exclude each other");
     // 4 / 16 = 0.25 a step: 1.1 beats are 4.4 steps.

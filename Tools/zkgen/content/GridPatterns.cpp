@@ -31,6 +31,13 @@ struct TSourceLine {
     std::string mText;
 };
 
+// Bounds that keep a pattern within what the library archive loads again.
+constexpr double kMaxBeats = 4096.0 * 4.0;
+constexpr double kMaxRating = 1e6;
+constexpr double kMaxTempo = 999.0;
+constexpr int kMaxNumerator = CGenSignTime::kNom_ArchiveMax;
+constexpr size_t kMaxCompoundParts = CGenSignTime::kCompoundParts_ArchiveMax;
+
 bool IsBlank(char c)
 {
     return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f';
@@ -274,8 +281,9 @@ private:
             if (d.mBars)
                 Fail(line.mNumber, "bars and beats exclude each other");
             const double beats = ParseValue(line.mNumber, key, value);
-            if (!(beats > 0.0))
-                Fail(line.mNumber, std::string("beats = ") + value + " must be above 0");
+            // The same bound as bars: 4096 bars of 4/4.
+            if (!(beats > 0.0) || beats > kMaxBeats)
+                Fail(line.mNumber, std::string("beats = ") + value + " lies outside 0 to " + NumberText(kMaxBeats));
             d.mBeats = beats;
             d.mBeatsLine = line.mNumber;
             break;
@@ -283,7 +291,15 @@ private:
         case THeaderKey::Complexity: d.mComplexity = ParsePercent(line.mNumber, key, value); break;
         case THeaderKey::Intensity: d.mIntensity = ParsePercent(line.mNumber, key, value); break;
         case THeaderKey::Tempo: d.mTempo = ParseTempo(line.mNumber, value); break;
-        case THeaderKey::Rating: d.mRating = static_cast<float>(ParseValue(line.mNumber, key, value)); break;
+        case THeaderKey::Rating: {
+            // Stored as a float: a rating must stay a finite float to load again.
+            const double rating = ParseValue(line.mNumber, key, value);
+            if (!(std::fabs(rating) <= kMaxRating))
+                Fail(line.mNumber, std::string("rating = ") + value + " lies outside -" + NumberText(kMaxRating) + " to "
+                        + NumberText(kMaxRating));
+            d.mRating = static_cast<float>(rating);
+            break;
+        }
         case THeaderKey::Target: {
             const double target = ParseValue(line.mNumber, key, value);
             if (target < 0.0)
@@ -457,6 +473,13 @@ private:
                 break;
             rest = rest.substr(plus + 1);
         }
+        // The archive's bounds on a metre: a pattern that loads again.
+        int numerator = 0;
+        for (const uint8_t part : parts)
+            numerator += part;
+        if (numerator > kMaxNumerator || parts.size() > kMaxCompoundParts)
+            Fail(line, std::string("time signature '") + value + "' has more than " + std::to_string(kMaxNumerator)
+                    + " beats or " + std::to_string(kMaxCompoundParts) + " parts");
         if (parts.size() == 1)
             return CGenSignTime(parts.front(), exponent);
         return CGenSignTime(parts, exponent);
@@ -494,8 +517,9 @@ private:
         double lo = 0.0;
         double hi = 0.0;
         if (dash == std::string::npos || !ParseNumber(Trim(value.substr(0, dash)), lo)
-            || !ParseNumber(Trim(value.substr(dash + 1)), hi) || !(lo > 0.0) || hi < lo)
-            Fail(line, std::string("bad tempo range '") + value + "' (want MIN-MAX in bpm, e.g. 60-180)");
+            || !ParseNumber(Trim(value.substr(dash + 1)), hi) || !(lo > 0.0) || hi < lo || hi > kMaxTempo)
+            Fail(line, std::string("bad tempo range '") + value + "' (want MIN-MAX in bpm up to "
+                    + NumberText(kMaxTempo) + ", e.g. 60-180)");
         return CGenRange<float>(static_cast<float>(lo), static_cast<float>(hi));
     }
 

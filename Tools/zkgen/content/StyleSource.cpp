@@ -174,7 +174,7 @@ private:
             auto* mux = dynamic_cast<CGenGFModuleMultiplexer*>(&module);
             if (!mux)
                 Fail(*n, where + " is not a multiplexer");
-            mux->setInputCount(static_cast<int64_t>(Number(*n, "inputs-count")));
+            mux->setInputCount(Count(*n, "inputs-count"));
         }
         const toml::node* outputs = t.get("outputs-count");
         auto* stringSwitch = dynamic_cast<CGenGFModuleStringSwitch*>(&module);
@@ -209,7 +209,7 @@ private:
             stringSwitch->stringBins().setStringsAreRegularExpression(n->as_boolean()->get());
         }
         if (outputs) {
-            const auto count = static_cast<int64_t>(Number(*outputs, "outputs-count"));
+            const int64_t count = Count(*outputs, "outputs-count");
             if (stringSwitch)
                 stringSwitch->setOutputCount(count);
             else if (valueSwitch)
@@ -219,6 +219,14 @@ private:
             else
                 Fail(*outputs, where + " has no output count to set");
         }
+    }
+
+    // Routing modules take 2 to 128 ports.
+    int64_t Count(const toml::node& n, const std::string& what) const
+    {
+        if (!n.is_integer() || n.as_integer()->get() < 0 || n.as_integer()->get() > 128)
+            Fail(n, what + " must be a whole number 0 to 128");
+        return n.as_integer()->get();
     }
 
     CGenRange<double> Range(const toml::node& n) const
@@ -245,12 +253,22 @@ private:
         CGenGFPort* port = module.inputGFPortForKey(portKey);
         if (!port)
             Fail(value, where + " has no input port '" + portKey + "'");
-        if (value.is_boolean())
-            port->setBooleanValue(value.as_boolean()->get());
-        else if (value.is_string())
-            port->setStringValue(value.as_string()->get());
-        else
-            port->setDoubleValue(Number(value, "the value of port '" + portKey + "'"));
+        // A port refuses a value of another kind by throwing; the author
+        // gets the port and the kind instead.
+        try {
+            if (value.is_boolean())
+                port->setBooleanValue(value.as_boolean()->get());
+            else if (value.is_string())
+                port->setStringValue(value.as_string()->get());
+            else
+                port->setDoubleValue(Number(value, "the value of port '" + portKey + "'"));
+        } catch (const TContentError&) {
+            throw;
+        } catch (const std::exception&) {
+            const char* kind = value.is_boolean() ? "a boolean" : value.is_string() ? "a text" : "a number";
+            Fail(value, "port '" + portKey + "' of " + where + " does not take " + std::string(kind) + " (its class is "
+                    + port->portClass().Name() + ")");
+        }
     }
 
     void Connection(CGenGFModule& graph, const toml::node& n) const
