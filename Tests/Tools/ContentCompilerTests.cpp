@@ -517,6 +517,11 @@ TEST(ContentCompilerErrors, StyleFileHead)
     EXPECT_EQ(StyleError("name = \"S\"\n"), "s.toml:1: a style needs a name and an id");
     EXPECT_EQ(StyleError("# no name\n\nid = \"x\"\n"), "s.toml:1: a style needs a name and an id");
     EXPECT_EQ(StyleError(Style("colour = \"red\"\n")), "s.toml:4: unknown key 'colour' in the style file");
+    // Of two mistakes the first in the file is told, though TOML keeps the
+    // table's keys in alphabetical order.
+    EXPECT_EQ(StyleError(Style("zebra = 1\napple = 2\n")), "s.toml:4: unknown key 'zebra' in the style file");
+    EXPECT_EQ(ManifestError("genre = \"G\"\nzebra = 1\napple = 2\n"),
+        "library.toml:2: unknown key 'zebra'; the manifest knows genre, kit, drum-map and drums");
     EXPECT_EQ(StyleError(Style("[graphs\n")), "s.toml:4: Error while parsing table header: expected ']', saw '\\n'");
     EXPECT_EQ(StyleError(Style("[graphs.accent-families]\n"
                                "modules = []\n")),

@@ -3,6 +3,7 @@
 #include "content/ContentError.h"
 #include "content/GridPatterns.h"
 #include "content/StyleSource.h"
+#include "content/TomlKeys.h"
 
 #include <Generator/CGenGeneratorStorage.h>
 
@@ -85,11 +86,9 @@ public:
         } catch (const toml::parse_error& e) {
             throw TContentError(mFile, static_cast<int>(e.source().begin.line), std::string(e.description()));
         }
-        for (const auto& [k, v] : root) {
-            static const std::set<std::string> known = {"genre", "kit", "drum-map", "drums"};
-            if (!known.count(std::string(k.str())))
-                Fail(v, "unknown key '" + std::string(k.str()) + "'; the manifest knows genre, kit, drum-map and drums");
-        }
+        std::string unknown;
+        if (const toml::node* v = FirstUnknownKey(root, {"genre", "kit", "drum-map", "drums"}, unknown))
+            Fail(*v, "unknown key '" + unknown + "'; the manifest knows genre, kit, drum-map and drums");
         const toml::node* genreNode = root.get("genre");
         const std::string genre = genreNode ? Text(*genreNode, "genre") : std::string(kDefaultGenre);
         if (genre.empty())
@@ -159,9 +158,9 @@ private:
         std::set<std::string> known = {"styles", "phrases"};
         for (const TLayer& layer : kLayers)
             known.insert(layer.mKey);
-        for (const auto& [k, v] : t)
-            if (!known.count(std::string(k.str())))
-                Fail(v, "unknown key '" + std::string(k.str()) + "' in drums");
+        std::string unknown;
+        if (const toml::node* v = FirstUnknownKey(t, known, unknown))
+            Fail(*v, "unknown key '" + unknown + "' in drums");
 
         for (const TLayer& layer : kLayers) {
             const toml::node* n = t.get(layer.mKey);

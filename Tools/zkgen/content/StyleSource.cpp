@@ -2,6 +2,7 @@
 #include <Platform/ZKStrings.h>
 
 #include "content/ContentError.h"
+#include "content/TomlKeys.h"
 
 #include <Generator/CGenTypes.h>
 #include <Generator/stylegraph/CGenGFModule.h>
@@ -65,9 +66,9 @@ public:
 
     void CheckKeys(const toml::table& t, const std::set<std::string>& known, const std::string& where) const
     {
-        for (const auto& [k, v] : t)
-            if (!known.count(std::string(k.str())))
-                Fail(v, "unknown key '" + std::string(k.str()) + "' in " + where);
+        std::string key;
+        if (const toml::node* v = FirstUnknownKey(t, known, key))
+            Fail(*v, "unknown key '" + key + "' in " + where);
     }
 
     std::unique_ptr<CGenGFModule> Graph(const toml::table& t, const std::string& graphName) const
