@@ -100,6 +100,25 @@ void AddGenerateCommand(CLI::App& app, GenerateOptions& o, int& exitCode)
     cmd->callback([&o, &exitCode] { exitCode = o.mSongPath.empty() ? RunGenerate(o) : RunSong(o); });
 }
 
+bool LoadLibrary(const GenerateOptions& o, CGenGenerator& generator, std::string& error)
+{
+    error.clear();
+    const std::string library = o.mLibrary.empty() ? DemoLibraryPath() : o.mLibrary;
+    if (library.empty())
+        error = "no content library: the demo bundle was not found; name one with --library, or use "
+                "--builtin-default-genre to check the set-up";
+    else if (!ZKFileExists(library))
+        error = "content library not found: " + library;
+    // The storage log says why a load failed; its line goes to stderr at
+    // the warning level, so name the usual causes here.
+    else if (!generator.LoadFromURL(library))
+        error = "content library " + library
+            + " can't be loaded: it is neither a bundle (a folder with StyleGraphs) nor a readable library archive";
+    else if (generator.GenreLibs().empty())
+        error = "content library " + library + " holds no genres that this engine can play";
+    return error.empty();
+}
+
 int RunGenerate(const GenerateOptions& o)
 {
     std::string signError;
@@ -117,20 +136,9 @@ int RunGenerate(const GenerateOptions& o)
     if (o.mBuiltinDefaultGenre) {
         generator.CreateDefaultGenre();
     } else {
-        const std::string library = o.mLibrary.empty() ? DemoLibraryPath() : o.mLibrary;
-        if (library.empty())
-            return Fail("no content library: the demo bundle was not found; name one with --library, "
-                        "or use --builtin-default-genre to check the set-up");
-        if (!ZKFileExists(library))
-            return Fail("content library not found: " + library);
-        // The storage log says why a load failed; its line goes to stderr at
-        // the warning level, so name the usual causes here.
-        if (!generator.LoadFromURL(library))
-            return Fail("content library " + library
-                + " can't be loaded: it is neither a bundle (a folder with StyleGraphs) nor a readable library "
-                  "archive");
-        if (generator.GenreLibs().empty())
-            return Fail("content library " + library + " holds no genres that this engine can play");
+        std::string error;
+        if (!LoadLibrary(o, generator, error))
+            return Fail(error);
     }
 
     CGenGeneratorParams params(static_cast<float>(length), -1);

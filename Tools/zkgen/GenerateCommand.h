@@ -4,6 +4,8 @@
 
 #include <string>
 
+class CGenGenerator;
+
 namespace zkgen::cli {
 
 // Region and control options of `zkgen generate`.
@@ -38,6 +40,10 @@ struct GenerateOptions {
     std::string mWav;
     bool mNoPhrases = false;
 };
+
+// Loads the library named by --library, or the demo library, into
+// `generator`; on failure false with one line in `error`.
+bool LoadLibrary(const GenerateOptions& options, CGenGenerator& generator, std::string& error);
 
 // The bundled demo library: the build tree's, else the install tree's
 // (found from the running program); empty when neither exists.

@@ -90,14 +90,9 @@ int RunSong(const GenerateOptions& o)
     request.mEdgesAndHistory = !o.mNoPhrases;
     request.mCollectPatterns = o.mShow == "grid" || o.mJson;
 
-    const std::string library = o.mLibrary.empty() ? DemoLibraryPath() : o.mLibrary;
-    if (library.empty())
-        return Fail("no content library: the demo bundle was not found; name one with --library", 2);
-    if (!ZKFileExists(library))
-        return Fail("content library not found: " + library, 2);
     CGenGenerator generator;
-    if (!generator.LoadFromURL(library))
-        return Fail("content library " + library + " can't be loaded (see the line above for why)", 2);
+    if (!LoadLibrary(o, generator, error))
+        return Fail(error, 2);
 
     const std::string output = !o.mOutput.empty() ? o.mOutput : fs::path(o.mSongPath).stem().string() + ".mid";
     const std::string takePath = !o.mTakePath.empty() ? o.mTakePath : fs::path(output).replace_extension(".take").string();

@@ -97,6 +97,16 @@ private:
     CGenEvs mOut;
 };
 
+// A section's complexity and intensity; 50 where the song gives none.
+CGenPatternCoordExt SectionCoord(const TSongSection& s)
+{
+    const auto control = [&s](const char* key) {
+        const auto found = s.mControls.find(key);
+        return static_cast<float>(found == s.mControls.end() ? 50.0 : found->second);
+    };
+    return CGenPatternCoordExt(control(CGenGeneratorParamsRegion::kComplexity), control(CGenGeneratorParamsRegion::kIntensity));
+}
+
 CGenGeneratorParams SectionParams(const TSong& song, const std::vector<TSectionPlan>& plans, size_t ix,
     const TPerformRequest& request)
 {
@@ -124,9 +134,7 @@ CGenGeneratorParams SectionParams(const TSong& song, const std::vector<TSectionP
                 CGenSignTime(p.mSign.mNumerator, p.mSign.DenominatorExponent())));
         if (i == 0 || p.mSection->mTempo)
             params.mEvsTempo.InsertAtCorrectBeatPos(CGenEvTempo(static_cast<float>(p.mStart), p.mTempo));
-        const auto compl_ = p.mSection->mControls.count("complexity") ? p.mSection->mControls.at("complexity") : 50.0;
-        const auto intn = p.mSection->mControls.count("intensity") ? p.mSection->mControls.at("intensity") : 50.0;
-        const CGenPatternCoordExt coord(static_cast<float>(compl_), static_cast<float>(intn));
+        const CGenPatternCoordExt coord = SectionCoord(*p.mSection);
         params.mArrangeMarkersExt.InsertAtCorrectBeatPos(CGenArrangeMarkerExt(static_cast<float>(p.mStart),
             TGenArrangeMarkerType_Undef, coord, CGenFillCoord(), p.mSection->mName));
         if (p.mSection->mBars > 1) {
@@ -135,11 +143,10 @@ CGenGeneratorParams SectionParams(const TSong& song, const std::vector<TSectionP
                 TGenArrangeMarkerType_Undef, coord, CGenFillCoord(), p.mSection->mName + " end"));
         }
     }
-    const double complexity = s.mControls.count("complexity") ? s.mControls.at("complexity") : 50.0;
-    const double intensity = s.mControls.count("intensity") ? s.mControls.at("intensity") : 50.0;
-    params.mPatternCoordStaticAcExt = CGenPatternCoordExt(static_cast<float>(complexity), static_cast<float>(intensity));
-    params.SetRegionParameterFloat(CGenGeneratorParamsRegion::kComplexity, complexity);
-    params.SetRegionParameterFloat(CGenGeneratorParamsRegion::kIntensity, intensity);
+    const CGenPatternCoordExt coord = SectionCoord(s);
+    params.mPatternCoordStaticAcExt = coord;
+    params.SetRegionParameterFloat(CGenGeneratorParamsRegion::kComplexity, coord.mCompl);
+    params.SetRegionParameterFloat(CGenGeneratorParamsRegion::kIntensity, coord.mIntn);
     for (const auto& [key, value] : s.mControls)
         params.SetRegionParameterFloat(key, value);
     return params;
