@@ -3,6 +3,8 @@
 
 #include "Generator/CGenContext.h"
 #include "Generator/CGenGeneratorParams.h"
+#include "Generator/harmony/CAbstractNotesConcretizer.h"
+#include "Generator/library/CGenInstLib.h"
 #include "Generator/patterns/CGenPatternGraphBoost.h"
 #include "Generator/stylegraph/CGenGFModuleFilterPatternName.h"
 
@@ -52,6 +54,56 @@ const CGenEvHarmCenter* CGenCharContext::FindEvHarmCenterValidAt(float pos) cons
 const CGenEvChord* CGenCharContext::FindEvChordValidAt(float pos) const
 {
     return GeneratorParamsValid() ? InForce(mContext->mParams->mEvsChord, pos) : nullptr;
+}
+
+bool CGenCharContext::AbstractNoteConcretizerValid() const { return AbstractNoteConcretizer() != nullptr; }
+
+CAbstractNotesConcretizer* CGenCharContext::AbstractNoteConcretizer() const
+{
+    return InstLibValid() ? &InstLib()->mConcretizer : nullptr;
+}
+
+CScaleHeavy CGenCharContext::FindEvScaleValidAt(float pos) const
+{
+    const CGenEvSignKey* key = FindEvSignKeyValidAt(pos);
+    const CSignKeyHeavy signKey = key ? key->mSignKey : CSignKeyHeavy();
+    const CGenEvChord* chord = FindEvChordValidAt(pos);
+    if (chord && !chord->IsUndef())
+        return !chord->mScale.IsUndef() ? chord->mScale : chord->mChord.ConstructScaleInSignKey(signKey);
+    return signKey.IsUndef() ? CScaleHeavy() : signKey.Scale();
+}
+
+bool CGenCharContext::GetModNoteNrPropIDAt(int id, float pos, TModNoteNr& mod, std::string* error) const
+{
+    const CAbstractNotesConcretizer* c = AbstractNoteConcretizer();
+    if (!c) {
+        if (error)
+            *error = "!luaContext->AbstractNoteConcretizerValid()";
+        return false;
+    }
+    if (id < 0 || id > 3) {
+        if (error)
+            *error = "propID " + std::to_string(id) + " out of range";
+        return false;
+    }
+    mod = c->mConcretizeRangeModPosseds.GetModNoteNrPropIDAt(id, pos, error);
+    return true;
+}
+
+bool CGenCharContext::SetModNoteNrPropIDAt(int id, float pos, const TModNoteNr& mod, std::string* error) const
+{
+    CAbstractNotesConcretizer* c = AbstractNoteConcretizer();
+    if (!c) {
+        if (error)
+            *error = "!luaContext->AbstractNoteConcretizerValid()";
+        return false;
+    }
+    if (id < 0 || id > 3) {
+        if (error)
+            *error = "propID " + std::to_string(id) + " out of range";
+        return false;
+    }
+    return c->mConcretizeRangeModPosseds.SetModNoteNrPropIDAt(id, pos, mod, error);
 }
 
 bool CGenCharContext::GeneratorParams_GetFirstBarLengthSTTarget(float& length) const

@@ -12,6 +12,9 @@ class CGenInstLib;
 class CGenEvSignKey;
 class CGenEvHarmCenter;
 class CGenEvChord;
+class CAbstractNotesConcretizer;
+class CScaleHeavy;
+class TModNoteNr;
 class CGenSignTimeTrafos;
 class CGenNearestClavePatternInfos;
 struct TCreateFillParams;
@@ -32,10 +35,22 @@ public:
     bool InstLibValid() const;
     CGenInstLib* InstLib() const;
 
+    // The instrument library's note concretizer, or null.
+    bool AbstractNoteConcretizerValid() const;
+    CAbstractNotesConcretizer* AbstractNoteConcretizer() const;
+
     // The harmonic element in force at a position, or null.
     const CGenEvSignKey* FindEvSignKeyValidAt(float pos) const;
     const CGenEvHarmCenter* FindEvHarmCenterValidAt(float pos) const;
     const CGenEvChord* FindEvChordValidAt(float pos) const;
+    // The scale of the chord in force (the chord's own or its scale in the
+    // key there), else the key's scale; undefined when there is neither.
+    CScaleHeavy FindEvScaleValidAt(float pos) const;
+
+    // Note range modifications of the concretizer at a position; false (and
+    // `error` set) without a concretizer or for a bad id.
+    bool GetModNoteNrPropIDAt(int id, float pos, TModNoteNr& mod, std::string* error = nullptr) const;
+    bool SetModNoteNrPropIDAt(int id, float pos, const TModNoteNr& mod, std::string* error = nullptr) const;
 
     // The first bar of the generate range in the song's metre: from the
     // generate start to the end of its bar. False (length undefined) without

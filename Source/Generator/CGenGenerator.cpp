@@ -95,6 +95,10 @@ bool CGenGenerator::_Generate_Pre_WithoutActnAndMemento(CGenGeneratorParams& par
     CGenInstLib* instLib = genreLib ? genreLib->FindInstLib(params.mInstType) : nullptr;
     if (!genreLib || !instLib)
         return false;
+    // Each generation starts from the default scale sets and ranges of the
+    // instrument; scripts change them for this generation only.
+    instLib->mConcretizer.mInstType = instLib->mInstType;
+    instLib->mConcretizer.Reset();
 
     if (params.mEvsSignTime.empty())
         params.mEvsSignTime.InsertAtCorrectBeatPos(CGenEvSignTime(0.0f, CGenSignTime(4, 2)));
@@ -460,10 +464,19 @@ void CGenGenerator::_Generate_ShortenPickupBarOnTheLeft()
         mods.ShortenPickupBarOnTheLeft(rt.mParams);
 }
 
-void CGenGenerator::_Generate_ApplyEvsChordToAbstractNotes(CGenEvsNameds&, int, int)
+void CGenGenerator::_Generate_ApplyEvsChordToAbstractNotes(
+    CGenEvsNameds& evs, int behaviorForChordUndef, int behaviorForAbstractNotes)
 {
-    // Abstract notes are worked out against the chords by the concretiser of
-    // the harmony work, for bass, keys and guitar only.
+    GenerateRuntimeData& rt = *mRuntimeData;
+    if (!rt.mInstLib || !rt.mParams || !InstTypeIsConcretized(rt.mInstLib->mInstType))
+        return;
+    const CGenGeneratorParams& params = *rt.mParams;
+    CAbstractNotesConcretizer& concretizer = rt.mInstLib->mConcretizer;
+    concretizer.mBehaviorForChordUndef = behaviorForChordUndef;
+    concretizer.mBehaviorForAbstractNotes = behaviorForAbstractNotes;
+    const float end = GenAddRegardingUndef(params.mGenerateStartPosAbs, params.mGenerateLength);
+    concretizer.Concretize(params.mEvsChord, params.mEvsHarmCenter, params.mEvsSignKey, &params.mEvsSignTime,
+        params.mGenerateStartLeftBarPosAbs, end, evs, nullptr);
 }
 
 void CGenGenerator::_Generate_ConvertEvsNamedFromUid(CGenEvsNameds& evs)
@@ -572,9 +585,20 @@ void CGenGenerator::_Generate_TempoScalePost(CGenGeneratorParams& params, CGenEv
     params.mGenerateLength = scale(params.mGenerateLength);
 }
 
-void CGenGenerator::_Generate_ApplyGroove(CGenGeneratorParams&, CGenGenreLib*, CGenEvsNameds&)
+void CGenGenerator::_Generate_ApplyGroove(CGenGeneratorParams& params, CGenGenreLib* genreLib, CGenEvsNameds& evs)
 {
-    // No stage calls this; it stands ready for the groove work.
+    // No stage calls this; it offers the scripts' groove over a whole performance.
+    if (genreLib == nullptr || evs.empty() || params.mGrooveIx < 0
+        || static_cast<size_t>(params.mGrooveIx) >= genreLib->mGrooves.size())
+        return;
+    const CGenGroove& groove = genreLib->mGrooves[static_cast<size_t>(params.mGrooveIx)];
+    const CGenDrumMap& drumMap = genreLib->DrumMap() ? *genreLib->DrumMap() : CGenDrumMap::GeneralMidi();
+    for (CGenEvsNamed& el : evs) {
+        // Each element's events count from its own start; the groove's loop from the region's.
+        const float offset = GenSubRegardingUndef(el.mBeatPosAbs, params.mGenerateStartPosAbs);
+        groove.ApplyToInstType(el.mEvs, offset, params.mGrooveApply, params.mInstType, drumMap,
+            el.mRenderingPatternGraphType);
+    }
 }
 
 void CGenGenerator::_Generate_Pre_ReplaceSlashChordsWithEquivalents(CGenGeneratorParams&)

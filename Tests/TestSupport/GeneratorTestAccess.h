@@ -13,4 +13,8 @@ struct CGenGeneratorTestAccess {
     {
         g._Generate_MergeAllEvsNameds(evs, generateStartPosAbs);
     }
+    static void ApplyGroove(CGenGenerator& g, CGenGeneratorParams& params, CGenGenreLib* genreLib, CGenEvsNameds& evs)
+    {
+        g._Generate_ApplyGroove(params, genreLib, evs);
+    }
 };

@@ -31,6 +31,7 @@ void Widen(float v, float& lo, float& hi)
 
 CGenInstLib::CGenInstLib(_TGenInstType type)
     : mInstType(type),
+      mConcretizer(type),
       mPatternGraphs {CGenPatternGraphBoost(kLayerOfPlace[0]), CGenPatternGraphBoost(kLayerOfPlace[1]),
           CGenPatternGraphBoost(kLayerOfPlace[2]), CGenPatternGraphBoost(kLayerOfPlace[3]),
           CGenPatternGraphBoost(kLayerOfPlace[4])},

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Generator/harmony/CAbstractNotesConcretizer.h"
 #include "Generator/CGenSerialization.h"
 #include "Generator/CGenTypes.h"
 #include "Generator/instruments/CGenInstTree.h"
@@ -21,13 +22,14 @@ class CGenClaveLibs;
 //
 // The graphs live in a fixed array in the order of the layers
 // (AccentFamily, AccentAddon, System, Fill, Percussion) and are archived
-// under their own names. The note concretizer of bass, keys and guitar comes
-// with the harmony work.
+// under their own names. The note concretizer works out the abstract notes of
+// bass, keys and guitar; each generation resets it, so it is not archived.
 class CGenInstLib {
 public:
     explicit CGenInstLib(_TGenInstType type = TGenInstType_Drums);
 
     _TGenInstType mInstType = TGenInstType_Drums;
+    CAbstractNotesConcretizer mConcretizer;
     std::array<CGenPatternGraphBoost, 5> mPatternGraphs;
     CGenStyles mStyles;
     // Patterns carry instrument uids (converted to notes after rendering).

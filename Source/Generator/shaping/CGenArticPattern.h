@@ -8,9 +8,11 @@
 #include <string>
 #include <vector>
 
-// Articulation patterns as stored data: cycles of hi-hat openings (hit) and
-// hands (stroke) that a genre keeps. Applying them to events comes with the
-// shaping work.
+class CGenDrumMap;
+class CGenEvs;
+
+// Articulation patterns: cycles of hi-hat openings (hit) and hands (stroke)
+// that a genre keeps, laid over the notes of a performance.
 class CGenArticEl {
 public:
     // 0 keep; 1 to 3 closed, pedal, open.
@@ -35,6 +37,13 @@ public:
 
     // The internal intensities the pattern suits.
     CGenRange<float> mIntnIntRange {0.0f, 0.0f};
+
+    // Cycles the elements over the sounding note-ons of `evs` (status 0x9n,
+    // velocity -1 or at least 1) whose note number is in `noteNrs`. An element
+    // acts only where it changes what the one before set (both start at 0): a
+    // hit of 1 to 3 makes the note 42, 44 or 46, a stroke of 1 to 3 gives it
+    // the channel of that stroke in `drumMap`.
+    void ApplyTo(CGenEvs& evs, const std::vector<int>& noteNrs, const CGenDrumMap& drumMap) const;
 
     bool operator==(const CGenArticPattern& o) const
     {

@@ -1,7 +1,5 @@
 #include "Generator/shaping/CGenGroove.h"
 
-#include "Generator/shaping/CGenArticPattern.h"
-
 #include <algorithm>
 
 std::ostream& operator<<(std::ostream& os, const CGenGrooveEl& el)
@@ -113,25 +111,4 @@ void CGenGrooves::TraceStream(std::ostream& os) const
     os << "CGenGrooves size " << size();
     for (const CGenGroove& g : *this)
         os << " '" << g.mName << "'";
-}
-
-void CGenArticPatterns::CreateDummy()
-{
-    clear();
-    push_back(CGenArticPattern {CGenArticEl()});
-}
-
-bool CGenArticPatterns::CheckContentSanity(const std::string& prefix, std::string& report) const
-{
-    bool good = true;
-    for (size_t p = 0; p < size(); ++p)
-        for (size_t i = 0; i < (*this)[p].size(); ++i) {
-            const CGenArticEl& el = (*this)[p][i];
-            if (el.mHit < 0 || el.mHit > 3 || el.mStroke < 0 || el.mStroke > 3) {
-                report += prefix + "CGenArticPattern " + std::to_string(p) + " element " + std::to_string(i)
-                    + ": hit and stroke must lie in 0..3\n";
-                good = false;
-            }
-        }
-    return good;
 }

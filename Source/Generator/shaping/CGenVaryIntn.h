@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Generator/CGenEvs.h"
 #include "Generator/CGenRange.h"
 #include "Generator/CGenSerialization.h"
 #include "Generator/CGenTrace.h"
@@ -9,9 +10,9 @@
 #include <string>
 #include <vector>
 
-// The stored form of intensity variations: rules that swap kit pieces and
-// change velocities so that one pattern can be played harder or softer. A
-// pattern graph keeps its own list and archives it.
+// Intensity variations: rules that swap kit pieces and change velocities of
+// uid events so that one pattern can be played harder or softer. A pattern
+// graph keeps its own list and archives it.
 
 // One rule: which events it applies to, and what it writes onto them.
 class CGenVaryIntnEl {
@@ -27,6 +28,22 @@ public:
     int mTrafoVelType = 0;
     // The operands of mTrafoVelType.
     CGenRange<double> mTrafoVelRange {0.0, 0.0};
+
+    // Rewrites every event that passes the velocity, position and instrument
+    // filters: first its uid, then, for a note-on with a velocity of at
+    // least 1, its velocity (clamped to 1 to 127).
+    void ApplyToUidEvs(CGenEvs& evs) const;
+    // Writes the non-zero nibbles of each trafo entry's uid over the same
+    // nibbles of the event's uid; the other nibbles stay.
+    void _ApplyTrafoTreeEntryCollection(CGenEv& ev) const;
+    // With V the velocity, a and b the operands and [lo, hi] = `range`: type 1
+    // V + a, 2 V * a, 3 a + (b - a) * (V - lo) / (hi - lo) (a when hi equals
+    // lo), else V; truncated and clamped to 1 to 127.
+    void _ApplyTrafoVel(CGenEv& ev, const CGenRange<unsigned char>& range) const;
+    // mSourceVelRange with an open end read as 0 or 127.
+    CGenRange<unsigned char> _WildcardedSourceVelRange() const;
+    // mSourceBeatPosRanges is kept and archived but filters nothing yet.
+    bool _IsInSourceBeatPosRanges(CGenEvs::const_iterator ev, const CGenEvs& evs) const;
 
     bool operator==(const CGenVaryIntnEl& o) const
     {
@@ -58,6 +75,9 @@ public:
 
     std::string mName;
 
+    // Runs each rule over the events, in order.
+    void ApplyToUidEvs(CGenEvs& evs) const;
+
     bool operator==(const CGenVaryIntn& o) const
     {
         return mName == o.mName && static_cast<const TBase&>(*this) == static_cast<const TBase&>(o);
@@ -87,6 +107,11 @@ public:
         emplace_back();
         back().mName = "Dummy";
     }
+
+    // Appends a line per fault (a velocity type outside 0 to 3, a source
+    // velocity bound above 127 or a minimum above the maximum, a missing tree
+    // entry); false when there is any.
+    bool CheckContentSanity(const std::string& prefix, std::string& report) const;
 
     void TraceStream(std::ostream& os) const
     {

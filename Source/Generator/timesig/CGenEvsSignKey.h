@@ -4,46 +4,68 @@
 #include "Generator/CGenSerialization.h"
 #include "Generator/CGenTrace.h"
 #include "Generator/CGenTypes.h"
+#include "Generator/harmony/CHarmonySerializers.h"
+#include "Generator/harmony/CSignKey.h"
 
 #include <ostream>
 
-// A written key signature of the song from a position on. The key is kept as
-// a root key number and a minor flag; the harmony primitives will replace
-// these two fields by their full key type (root spelling, key type, scale).
-// Until then this is what the position list of key changes needs.
+// A written key signature of the song from a position on.
 class CGenEvSignKey : public CGenTraceable<CGenEvSignKey> {
 public:
     static constexpr const char* kTraceClassName = "CGenEvSignKey";
 
     float mBeatPosAbs = TGenBeatPosAbs_Undef;
-    TKeyNr mKeyNr = TKeyNr_Undef;
-    bool mMinor = false;
+    CSignKeyHeavy mSignKey;
 
-    constexpr CGenEvSignKey() = default;
-    constexpr CGenEvSignKey(float pos, TKeyNr key, bool minor) : mBeatPosAbs(pos), mKeyNr(key), mMinor(minor) {}
-    // Undefined when the key is.
-    constexpr bool IsUndef() const { return mKeyNr == TKeyNr_Undef; }
-    bool operator==(const CGenEvSignKey& o) const
+    CGenEvSignKey() = default;
+    CGenEvSignKey(float pos, const CSignKeyHeavy& key) : mBeatPosAbs(pos), mSignKey(key) {}
+    // A major or natural minor key on a key number, spelled as lead sheets do.
+    CGenEvSignKey(float pos, TKeyNr key, bool minor)
+        : mBeatPosAbs(pos),
+          mSignKey(CSignKeyLite(key, minor ? TSignKeyType_Minor : TSignKeyType_Major).ToSignKeyHeavy())
     {
-        return mBeatPosAbs == o.mBeatPosAbs && mKeyNr == o.mKeyNr && mMinor == o.mMinor;
     }
+    // Undefined when the key is.
+    bool IsUndef() const { return mSignKey.IsUndef(); }
+    int KeyNr() const { return mSignKey.IsUndef() ? TKeyNr_Undef : mSignKey.mRoot.mKeyNr; }
+    bool IsMinor() const { return SignKeyTypeIsMinorLike(mSignKey.mType); }
+    bool operator==(const CGenEvSignKey& o) const { return mBeatPosAbs == o.mBeatPosAbs && mSignKey == o.mSignKey; }
 
     void TraceStream(std::ostream& os) const
     {
-        os << "CGenEvSignKey: BeatPosAbs " << mBeatPosAbs << ", KeyNr " << mKeyNr << (mMinor ? " minor" : " major");
+        os << "CGenEvSignKey: BeatPosAbs " << mBeatPosAbs << ", " << mSignKey.Name(CChordNamePrefs());
     }
     void TraceStreamBrief(std::ostream& os) const { TraceStream(os); }
 
     template <class Archive>
-    void serialize(Archive& ar, const unsigned int /*version*/)
+    void save(Archive& ar, const unsigned int /*version*/) const
     {
         ar& boost::serialization::make_nvp("mBeatPosAbs", mBeatPosAbs);
-        ar& boost::serialization::make_nvp("mKeyNr", mKeyNr);
-        ar& boost::serialization::make_nvp("mMinor", mMinor);
+        CSignKeyHeavy key = mSignKey;
+        CSignKeySerializer s(key);
+        ar& boost::serialization::make_nvp("signKeySerializer", s);
     }
+    template <class Archive>
+    void load(Archive& ar, const unsigned int version)
+    {
+        ar& boost::serialization::make_nvp("mBeatPosAbs", mBeatPosAbs);
+        if (version >= 1) {
+            CSignKeySerializer s(mSignKey);
+            ar& boost::serialization::make_nvp("signKeySerializer", s);
+        } else {
+            // Older archives kept a key number and a minor flag.
+            TKeyNr key = TKeyNr_Undef;
+            bool minor = false;
+            ar& boost::serialization::make_nvp("mKeyNr", key);
+            ar& boost::serialization::make_nvp("mMinor", minor);
+            *this = CGenEvSignKey(mBeatPosAbs, key, minor);
+        }
+    }
+    BOOST_SERIALIZATION_SPLIT_MEMBER()
 };
+BOOST_CLASS_VERSION(CGenEvSignKey, 1)
 
-inline constinit const CGenEvSignKey CGenEvSignKey_Undef {};
+inline const CGenEvSignKey CGenEvSignKey_Undef {};
 
 // The key signatures of a song, ascending by position.
 class CGenEvsSignKey : public CGenEvs_Templ<CGenEvSignKey>, public CGenTraceable<CGenEvsSignKey> {

@@ -114,8 +114,9 @@ TEST(CGenEvsSignKey, KeyInForceAndArchive)
     const CGenEvsSignKey keys {{0.0f, 2, false}, {16.0f, 9, true}};
     EXPECT_TRUE(keys.AtSignKeyBegin(16.0f));
     EXPECT_FALSE(keys.AtSignKeyBegin(15.0f));
-    EXPECT_EQ(keys.FindEvSignKeyValidAt(15.0f).mKeyNr, 2);
-    EXPECT_TRUE(keys.FindEvSignKeyValidAt(16.0f).mMinor);
+    EXPECT_EQ(keys.FindEvSignKeyValidAt(15.0f).KeyNr(), 2);
+    EXPECT_TRUE(keys.FindEvSignKeyValidAt(16.0f).IsMinor());
+    EXPECT_EQ(keys.FindEvSignKeyValidAt(16.0f).mSignKey.Name(CChordNamePrefs()), "A minor");
     EXPECT_TRUE(keys.FindEvSignKeyValidAt(-1.0f).IsUndef());
     EXPECT_TRUE(CGenEvsSignKey().FindEvSignKeyValidAt(1.0f).IsUndef());
     EXPECT_TRUE(keys.FindEvSignKeyValidAt(U).IsUndef());
