@@ -385,7 +385,8 @@ TEST(ContentCompilerErrors, ManifestSyntaxAndKeys)
     EXPECT_EQ(ManifestError("genre = \"Rock\"\n"
                             "\n"
                             "tempo = 120\n"),
-        "library.toml:3: unknown key 'tempo'; the manifest knows genre, kit, drum-map and drums");
+        "library.toml:3: unknown key 'tempo'; the manifest knows genre, kit, drum-map, drums, bass, keys, guitar and "
+        "grooves");
     EXPECT_EQ(ManifestError("[drums]\n"
                             "systems = []\n"
                             "loops = [\"x.grid\"]\n"),
@@ -521,7 +522,8 @@ TEST(ContentCompilerErrors, StyleFileHead)
     // table's keys in alphabetical order.
     EXPECT_EQ(StyleError(Style("zebra = 1\napple = 2\n")), "s.toml:4: unknown key 'zebra' in the style file");
     EXPECT_EQ(ManifestError("genre = \"G\"\nzebra = 1\napple = 2\n"),
-        "library.toml:2: unknown key 'zebra'; the manifest knows genre, kit, drum-map and drums");
+        "library.toml:2: unknown key 'zebra'; the manifest knows genre, kit, drum-map, drums, bass, keys, guitar and "
+        "grooves");
     EXPECT_EQ(StyleError(Style("[graphs\n")), "s.toml:4: Error while parsing table header: expected ']', saw '\\n'");
     EXPECT_EQ(StyleError(Style("[graphs.accent-families]\n"
                                "modules = []\n")),

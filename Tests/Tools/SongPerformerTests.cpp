@@ -7,6 +7,7 @@
 #include "midi/MidiFile.h"
 #include "song/DrumGrid.h"
 #include "song/SongFile.h"
+#include "song/SongHarmony.h"
 #include "song/SongPerformer.h"
 
 #include <Generator/CGenGenerator.h>
@@ -14,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -246,7 +248,11 @@ TEST(SongPerformerMidi, OddMetresHoldWholeBarsInTheFile)
     for (size_t i = 0; i < 6; ++i)
         EXPECT_DOUBLE_EQ(read->mMarkers[i].mBeat, markerBeats[i]) << read->mMarkers[i].mText;
     EXPECT_EQ(read->mMarkers[3].mText, "Bridge");
-    ASSERT_EQ(read->mTracks.size(), 1u);
+    // The drums, and the bass on the demo's chords with its program.
+    ASSERT_EQ(read->mTracks.size(), 2u);
+    EXPECT_EQ(read->mTracks[1].mName, "Bass");
+    EXPECT_EQ(read->mTracks[1].mProgram, 33);
+    EXPECT_EQ(read->mTracks[1].mProgramChannel, 1);
     int bridgeDownbeats = 0;
     for (const TNote& n : read->mTracks[0].mNotes) {
         EXPECT_LT(n.mBeat, 145.0);
@@ -336,4 +342,95 @@ TEST(SongPerformerGrid, ReadableGridOfSevenEight)
                                "  HH closed  |..p.|....|......|\n"
                                "  Snare      |....|!...|......|\n"
                                "  Kick       |X...|....|..x...|\n");
+}
+
+// ---------------------------------------------------------------- the bass
+
+namespace {
+
+const TTrack* TrackNamed(const TSongPerformance& p, const std::string& name)
+{
+    for (const TTrack& t : p.mPerformance.mTracks)
+        if (t.mName == name)
+            return &t;
+    return nullptr;
+}
+
+} // namespace
+
+// The demo bass over the demo song's charts: every note within the bass
+// range (E1 28 to G3 55), and where a chord begins the bass plays one of
+// its triad's tones (root, third or its suspension, fifth) in at least 90%
+// of the chords it plays on, the root in most; that includes the chords that
+// change in the middle of a bridge bar (7/8: "Dm . . . Em . ." changes after
+// four eighths, two beats).
+TEST(SongPerformerBass, FollowsTheChordsInRange)
+{
+    const TSong song = DemoSong();
+    TGenDict take;
+    const TSongPerformance p = Perform(song, take);
+    const TTrack* bass = TrackNamed(p, "Bass");
+    ASSERT_NE(bass, nullptr);
+    ASSERT_FALSE(bass->mNotes.empty());
+    for (const TNote& n : bass->mNotes) {
+        EXPECT_GE(n.mKey, 28) << n.mBeat;
+        EXPECT_LE(n.mKey, 55) << n.mBeat;
+        EXPECT_EQ(n.mChannel, kBassChannel);
+    }
+    std::vector<double> starts;
+    for (const TSectionPerformance& s : p.mSections)
+        starts.push_back(s.mStartBeat);
+    std::string error;
+    const auto harmony = BuildSongHarmony(song, starts, "demo.toml", error);
+    ASSERT_TRUE(harmony) << error;
+    int chords = 0, played = 0, tones = 0, roots = 0, midBar = 0, midBarTones = 0;
+    for (const CGenEvChord& c : harmony->mChords) {
+        if (c.IsUndef())
+            continue;
+        ++chords;
+        const TNote* note = nullptr;
+        for (const TNote& n : bass->mNotes)
+            if (std::abs(n.mBeat - c.mBeatPosAbs) < 1e-4)
+                note = &n;
+        if (!note)
+            continue;
+        ++played;
+        const int intvl = AbsKeyIntvlFromTo(c.mChord.RootKeyEnh().mKeyNr, note->mKey % 12);
+        const bool triadTone = (intvl == 0 || intvl == 3 || intvl == 4 || intvl == 5 || intvl == 6 || intvl == 7
+                                   || intvl == 8)
+            && c.mChord.Semitones().HasIntvl(intvl);
+        tones += triadTone ? 1 : 0;
+        roots += intvl == 0 ? 1 : 0;
+    }
+    // The bridge (beats 80 to 101) changes chords after two beats of each
+    // 3.5-beat bar; the notes that follow such a change up to the next chord
+    // are worked out against the new chord: each lies in its scale in the key.
+    for (auto c = harmony->mChords.begin(); c != harmony->mChords.end(); ++c) {
+        const double inBridge = c->mBeatPosAbs - 80.0;
+        if (c->IsUndef() || inBridge <= 0 || inBridge >= 21.0 || std::abs(std::fmod(inBridge, 3.5) - 2.0) > 1e-4)
+            continue;
+        const double next = std::next(c) == harmony->mChords.end() ? 1e9 : std::next(c)->mBeatPosAbs;
+        const CScaleHeavy scale = c->mChord.ConstructScaleInSignKey(harmony->mKeys.FindEvSignKeyValidAt(c->mBeatPosAbs).mSignKey);
+        for (const TNote& n : bass->mNotes)
+            if (n.mBeat >= c->mBeatPosAbs - 1e-4 && n.mBeat < next - 1e-4) {
+                ++midBar;
+                midBarTones += scale.HasIntvl(AbsKeyIntvlFromTo(scale.RootKeyNr(), n.mKey % 12)) ? 1 : 0;
+            }
+    }
+    EXPECT_GE(played * 10, chords * 8) << played << " of " << chords << " chords get a note on their first beat";
+    EXPECT_GE(tones * 10, played * 9) << tones << " chord tones of " << played;
+    EXPECT_GT(roots * 2, played) << roots << " roots of " << played;
+    EXPECT_GT(midBar, 0);
+    EXPECT_EQ(midBarTones, midBar);
+}
+
+// An unknown chord name is one line naming the section and the bar.
+TEST(SongPerformerBass, UnknownChordNamesTheSectionAndBar)
+{
+    TSong song = OneSection(2, 50, 50, 0);
+    song.mSections[0].mChords = {{0.0, "C", 1, 0}, {4.0, "Hm7", 2, 0}};
+    std::string error;
+    const auto harmony = BuildSongHarmony(song, {0.0}, "song.toml", error);
+    EXPECT_FALSE(harmony);
+    EXPECT_EQ(error, "song.toml:0: section 'A' bar 2: 'Hm7' is not a chord name (write e.g. C, Am7, F#m7b5, G/B)");
 }

@@ -72,6 +72,12 @@ void AddGenerateCommand(CLI::App& app, GenerateOptions& o, int& exitCode)
     cmd->add_option("--show", o.mShow, "grid: print a drum grid per bar and the patterns played")
         ->check(CLI::IsMember({"grid"}));
     cmd->add_option("--grid-bars", o.mGridBars, "With --show grid: only the first N bars")->check(CLI::Range(0, 100000));
+    cmd->add_option("--groove", o.mGroove,
+        "Shape the timing and dynamics with this groove of the library (e.g. \"swing 16ths\", \"laid back\")");
+    cmd->add_option("--swing", o.mSwing,
+        "How much of the groove's timing to take, 0..100 (default 100); without --groove the library's "
+        "\"swing 16ths\"")
+        ->check(CLI::Range(0.0, 100.0));
     cmd->add_option("--wav", o.mWav, "Also render the MIDI file to this WAV file (General MIDI soundfont)");
     cmd->add_flag("--no-phrases", o.mNoPhrases,
         "Choose each bar's pattern afresh instead of following the phrases the library learnt (the pattern graphs' "
@@ -121,6 +127,8 @@ bool LoadLibrary(const GenerateOptions& o, CGenGenerator& generator, std::string
 
 int RunGenerate(const GenerateOptions& o)
 {
+    if (!o.mGroove.empty() || o.mSwing >= 0.0)
+        return Fail("--groove and --swing shape a song's performance: give a song file");
     std::string signError;
     const auto parsed = ParseTimeSignatureText(o.mTimeSignature, signError);
     if (!parsed)

@@ -39,6 +39,9 @@ struct GenerateOptions {
     int mGridBars = -1;
     std::string mWav;
     bool mNoPhrases = false;
+    // A groove of the library by name, and how much of its timing to take (0..100).
+    std::string mGroove;
+    double mSwing = -1.0;
 };
 
 // Loads the library named by --library, or the demo library, into

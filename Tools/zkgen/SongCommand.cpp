@@ -73,6 +73,9 @@ int RunSong(const GenerateOptions& o)
     if (o.mTake != "keep" && o.mTake != "new")
         return Fail("--take is 'keep' or 'new', not '" + o.mTake + "'", 2);
     TPerformRequest request;
+    request.mSourceName = o.mSongPath;
+    request.mGroove = o.mGroove;
+    request.mSwing = o.mSwing;
     if (o.mTake == "new") {
         request.mRenewal = TRenewal::NewTake;
         const auto now = std::chrono::system_clock::now().time_since_epoch();

@@ -36,7 +36,7 @@ const std::vector<TChordRow>& ChordTable()
         {TChordType_6, "6", Bits({0, 4, 7, 9}), {}},
         {TChordType_m6, "m6", Bits({0, 3, 7, 9}), {"min6", "-6"}},
         {TChordType_69, "6/9", Bits({0, 4, 7, 9, 14}), {"69"}},
-        {TChordType_m69, "m6/9", Bits({0, 3, 7, 9, 14}), {"m69"}},
+        {TChordType_m69, "m6/9", Bits({0, 3, 7, 9, 14}), {"m69", "-6/9", "-69"}},
         {TChordType_7, "7", Bits({0, 4, 7, 10}), {"dom7"}},
         {TChordType_Maj7, "maj7", Bits({0, 4, 7, 11}),
             {"M7", "Maj7", "ma7", "j7", "\xCE\x94", "\xCE\x94" "7"}},
@@ -148,7 +148,7 @@ std::string SuffixForIntervals(uint32_t intervals, const CChordNamePrefs& prefs)
         std::string s = ChordTypeSuffix(exact);
         if (prefs.mMajorSevenAsM && s.rfind("maj", 0) == 0)
             s = std::string("M").append(s, 3, std::string::npos);
-        if (prefs.mMinorAsDash && s.rfind("m", 0) == 0 && s.rfind("mMaj", 0) != 0)
+        if (prefs.mMinorAsDash && s.rfind("m", 0) == 0 && s.rfind("mMaj", 0) != 0 && s.rfind("maj", 0) != 0)
             s = std::string("-").append(s, 1, std::string::npos);
         return s;
     }
@@ -160,6 +160,8 @@ std::string SuffixForIntervals(uint32_t intervals, const CChordNamePrefs& prefs)
         if (missing & ~Bits({3, 4, 7}))
             continue;
         std::string text = SuffixForIntervals(row.intervals, prefs);
+        // Alterations go in parentheses: "C(b5)" is not read as a C flat.
+        text += '(';
         bool ok = true;
         // A lowered or raised fifth replaces the fifth: no "no5" then.
         const bool fifthAltered = (extra & Bits({6, 8})) != 0;
@@ -176,6 +178,7 @@ std::string SuffixForIntervals(uint32_t intervals, const CChordNamePrefs& prefs)
             text += "no3";
         if ((missing & Bits({7})) && !fifthAltered)
             text += "no5";
+        text += ')';
         const int score = std::popcount(missing) + std::popcount(extra);
         if (score < bestScore) {
             bestScore = score;
@@ -404,16 +407,20 @@ CScaleHeavy CChordHeavy::OwnScale() const
     TScaleType type = TScaleType_Ionian;
     if (s.HasIntvl(4)) {
         if (has(10)) {
-            if (mType == TChordType_7Alt || (has(13) && has(15)) || ((has(15) || has(13)) && (has(20) || has(8))))
+            const bool alteredFifth = has(8) || has(20);
+            if (mType == TChordType_7Alt || (alteredFifth && (has(13) || has(15)) && !has(7)))
                 type = TScaleType_Altered;
-            else if (has(13) && has(20))
+            else if (has(13) && has(20) && !has(15) && !has(18))
                 type = TScaleType_PhrygianDominant;
-            else if (has(13))
+            else if (has(13) || has(15))
                 type = TScaleType_DiminishedHalfWhole;
             else if (has(18) || has(6))
                 type = TScaleType_LydianDominant;
-            else if (has(8) || has(20))
-                type = has(14) || has(8) ? TScaleType_WholeTone : TScaleType_Mixolydian;
+            else if (has(8) && !has(7))
+                type = TScaleType_WholeTone;
+            else if (has(20))
+                // Mixolydian with a lowered sixth: the fifth mode of melodic minor.
+                return CScaleHeavy(mRoot, CSemitones(true, false, true, false, true, true, false, true, true, false, true, false));
             else
                 type = TScaleType_Mixolydian;
         } else if (has(8) && !has(7)) {
@@ -646,39 +653,44 @@ bool SetFromString(const std::string& textIn, CChordHeavy& chord, const CChordNa
     for (char c : rest)
         if (c != '(' && c != ')' && c != ',' && c != ' ')
             s += c;
-    // The quality: the longest written form that starts the rest.
-    const TChordRow* base = nullptr;
-    size_t baseLength = 0;
+    // The quality: the longest written form that starts the rest and leaves
+    // only alterations ("C7sus2" is 7 with sus2, not "7sus" and a stray 2).
+    std::vector<std::pair<size_t, const TChordRow*>> bases;
     for (const TChordRow& row : ChordTable()) {
         std::vector<const char*> forms = row.aliases;
         forms.push_back(row.suffix);
-        for (const char* f : forms) {
-            const size_t n = std::char_traits<char>::length(f);
-            if ((base == nullptr || n > baseLength) && StartsWith(s, 0, f)) {
-                base = &row;
-                baseLength = n;
+        for (const char* f : forms)
+            if (StartsWith(s, 0, f))
+                bases.emplace_back(std::char_traits<char>::length(f), &row);
+    }
+    std::stable_sort(bases.begin(), bases.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
+    bool parsed = false;
+    uint32_t intervals = 0;
+    for (const auto& [baseLength, base] : bases) {
+        intervals = base->intervals;
+        size_t at = baseLength;
+        while (at < s.size()) {
+            const TModifier* mod = nullptr;
+            size_t modLength = 0;
+            for (const TModifier& m : Modifiers()) {
+                const size_t n = std::char_traits<char>::length(m.text);
+                if (n > modLength && StartsWith(s, at, m.text)) {
+                    mod = &m;
+                    modLength = n;
+                }
             }
+            if (mod == nullptr)
+                break;
+            intervals = (intervals & ~mod->remove) | mod->add;
+            at += modLength;
+        }
+        if (at == s.size()) {
+            parsed = true;
+            break;
         }
     }
-    if (base == nullptr)
+    if (!parsed)
         return false;
-    uint32_t intervals = base->intervals;
-    size_t at = baseLength;
-    while (at < s.size()) {
-        const TModifier* mod = nullptr;
-        size_t modLength = 0;
-        for (const TModifier& m : Modifiers()) {
-            const size_t n = std::char_traits<char>::length(m.text);
-            if (n > modLength && StartsWith(s, at, m.text)) {
-                mod = &m;
-                modLength = n;
-            }
-        }
-        if (mod == nullptr)
-            return false;
-        intervals = (intervals & ~mod->remove) | mod->add;
-        at += modLength;
-    }
     chord = CChordHeavy(root, bass, intervals);
     return true;
 }

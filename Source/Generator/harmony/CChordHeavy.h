@@ -20,12 +20,15 @@
 //   "m7b5" ("ø", "ø7", "-7b5", "min7b5"), "dim7" ("o7", "°7"),
 //   "mMaj7" ("m(maj7)", "mM7", "minMaj7", "-maj7"), "aug7" ("+7", "7#5"),
 //   "maj7#5" ("augMaj7", "+M7"), "7sus4" ("7sus"), "7b5",
-//   "9", "maj9" ("M9"), "m9" ("-9", "min9"), "add9" ("add2"), "madd9",
+//   "9", "maj9" ("M9"), "m9" ("-9", "min9"), "add9", "madd9",
 //   "9sus4" ("9sus"), "7b9", "7#9", "7#11", "maj7#11", "11", "m11",
 //   "13", "maj13", "m13", "7b13", "7alt".
 // After the quality, alterations and additions may follow, with or without
-// parentheses: "b5", "#5", "b9", "#9", "#11", "b13", "add9", "add11",
-// "add13", "no3", "no5". "/X" names a bass note; "N.C." is no chord.
+// parentheses: "b5", "#5", "b9", "#9", "#11", "b13", "add2", "add4",
+// "add6", "add9", "add11", "add13", "sus2", "sus4", "no3", "no5" ("add2"
+// is the second itself, "add9" the ninth). "/X" names a bass note; "N.C."
+// is no chord. A chord that no entry holds is named by the nearest entry
+// with its alterations in parentheses: "C(b5)", "C7(b9#11)".
 
 class CScaleHeavy;
 

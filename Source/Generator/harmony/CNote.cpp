@@ -85,9 +85,12 @@ CKeyEnh KeyEnhFromString(const std::string& text, size_t* used)
     if (used)
         *used = i;
     key = KeyNrWrapped(key + shift);
-    const TEnh enh = shift > 0 ? TEnh_Sharp : (shift < 0 ? TEnh_Flat : TEnh_Natural);
-    // A double accidental lands on a white key, which is spelled naturally.
-    return CKeyEnh(key, (shift > 1 || shift < -1) ? TEnh_Natural : enh);
+    TEnh enh = shift > 0 ? TEnh_Sharp : (shift < 0 ? TEnh_Flat : TEnh_Natural);
+    // A double accidental that lands on a white key is spelled naturally;
+    // on a black key it keeps its direction (Cbb is B flat).
+    if ((shift > 1 || shift < -1) && IsWhiteKey(key))
+        enh = TEnh_Natural;
+    return CKeyEnh(key, enh);
 }
 
 std::string CNote::Name() const
@@ -104,7 +107,8 @@ bool operator<(const CNote& a, const CNote& b)
 
 int AbsKeyIntvlFromTo(int a, int b)
 {
-    if (a < 0 || b < 0)
+    // 15 is the undefined key of the compact key forms.
+    if (a < 0 || b < 0 || a == kKeyNrUndef15 || b == kKeyNrUndef15)
         return -1;
     return KeyNrWrapped(static_cast<int64_t>(b) - a);
 }

@@ -166,12 +166,11 @@ long CScaleHeavy::MoveInScale(long noteNr, int degreeSteps, bool obeyRange) cons
     if (NoteNrToDegreeNr(n) < 0) {
         // The first step, or a zero move, reaches the nearest scale note.
         long up = n, down = n;
-        while (NoteNrToDegreeNr(up) < 0)
+        while (KeyNrToDegreeNr(KeyNrWrapped(up)) < 0)
             ++up;
-        while (down > 0 && NoteNrToDegreeNr(down) < 0)
+        // May go below 0; obeyRange brings the result back.
+        while (KeyNrToDegreeNr(KeyNrWrapped(down)) < 0)
             --down;
-        if (NoteNrToDegreeNr(down) < 0)
-            down = up;
         if (steps > 0) {
             n = up;
             --steps;
@@ -184,7 +183,7 @@ long CScaleHeavy::MoveInScale(long noteNr, int degreeSteps, bool obeyRange) cons
     }
     const auto& offsets = mActiveScaleData.mDegreeToRootOffsetIntvlArray;
     const int count = DegreesPerOctave();
-    const int degree = NoteNrToDegreeNr(n);
+    const int degree = KeyNrToDegreeNr(KeyNrWrapped(n));
     const int target = degree + steps;
     const int octave = FloorDiv(target, count);
     const int index = target - octave * count;
@@ -244,8 +243,13 @@ CChordHeavy CScaleHeavy::ChordTriadForScale() const
         intervals |= 1u << 5;
     else if (s.HasIntvl(2))
         intervals |= 1u << 2;
+    // Without a perfect fifth a major third stacks to the augmented one, a
+    // minor third to the diminished one.
+    const bool majorThird = (intervals & (1u << 4)) != 0;
     if (s.HasIntvl(7))
         intervals |= 1u << 7;
+    else if (majorThird && s.HasIntvl(8))
+        intervals |= 1u << 8;
     else if (s.HasIntvl(6))
         intervals |= 1u << 6;
     else if (s.HasIntvl(8))

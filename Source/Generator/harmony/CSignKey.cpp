@@ -110,7 +110,10 @@ CSignKeyLite::CSignKeyLite(int keyNr, TSignKeyType type)
         return;
     mKeyNr = keyNr;
     mType = type;
-    mEnh = MakeSensefulEnhForKeyNr(keyNr, TEnh_Undef, TMakeSensefulEnh_Common);
+    // Minor keys on black keys are written with the fewer accidentals:
+    // C#m, Ebm, F#m, G#m, Bbm.
+    const bool sharpMinor = SignKeyTypeIsMinorLike(type) && (keyNr == 1 || keyNr == 6 || keyNr == 8);
+    mEnh = sharpMinor ? TEnh_Sharp : MakeSensefulEnhForKeyNr(keyNr, TEnh_Undef, TMakeSensefulEnh_Common);
 }
 
 CSignKeyHeavy CSignKeyLite::ToSignKeyHeavy() const
@@ -131,7 +134,7 @@ CSignKeyLite CSignKeyLite::ParallelSignKey() const
 
 int CSignKeyLite::KeyNrToSignKeyKeyNr(int keyNr) const
 {
-    return IsUndef() || keyNr < 0 ? -1 : AbsKeyIntvlFromTo(mKeyNr, KeyNrWrapped(keyNr));
+    return IsUndef() || keyNr < 0 || keyNr == kKeyNrUndef15 ? -1 : AbsKeyIntvlFromTo(mKeyNr, KeyNrWrapped(keyNr));
 }
 
 int CSignKeyLite::SignKeyKeyNrToKeyNr(int keyNr) const
@@ -181,7 +184,7 @@ CSignKeyNoEnh CSignKeyNoEnh::ParallelSignKey() const { return CSignKeyNoEnh(Sign
 
 int CSignKeyNoEnh::DistToSignKeyRoot(int keyNr) const
 {
-    return IsUndef() || keyNr < 0 ? -1 : AbsKeyIntvlFromTo(KeyNr(), KeyNrWrapped(keyNr));
+    return IsUndef() || keyNr < 0 || keyNr == kKeyNrUndef15 ? -1 : AbsKeyIntvlFromTo(KeyNr(), KeyNrWrapped(keyNr));
 }
 
 CScaleHeavy CSignKeyNoEnh::Scale() const { return SignKey().Scale(); }

@@ -2,6 +2,7 @@
 
 #include "content/ContentError.h"
 #include "content/GridPatterns.h"
+#include "content/GrooveSource.h"
 #include "content/StyleSource.h"
 #include "content/TomlKeys.h"
 
@@ -37,6 +38,15 @@ struct TLayer {
 const TLayer kLayers[] = {{"accent-families", TPatternGraphType_AccentFamily},
     {"accent-addons", TPatternGraphType_AccentAddon}, {"systems", TPatternGraphType_System},
     {"fills", TPatternGraphType_Fill}, {"percussion", TPatternGraphType_Percussion}};
+
+// The players a manifest can hold, each a table of the same layer keys. The
+// drummer's grids name kit pieces, the others' abstract notes.
+struct TInstrumentTable {
+    const char* mKey;
+    _TGenInstType mType;
+};
+const TInstrumentTable kInstrumentTables[] = {{"drums", TGenInstType_Drums}, {"bass", TGenInstType_Bass},
+    {"keys", TGenInstType_KeysA}, {"guitar", TGenInstType_GuitarA}};
 
 class TManifestReader {
 public:
@@ -87,8 +97,12 @@ public:
             throw TContentError(mFile, static_cast<int>(e.source().begin.line), std::string(e.description()));
         }
         std::string unknown;
-        if (const toml::node* v = FirstUnknownKey(root, {"genre", "kit", "drum-map", "drums"}, unknown))
-            Fail(*v, "unknown key '" + unknown + "'; the manifest knows genre, kit, drum-map and drums");
+        std::set<std::string> known = {"genre", "kit", "drum-map", "grooves"};
+        for (const TInstrumentTable& instrument : kInstrumentTables)
+            known.insert(instrument.mKey);
+        if (const toml::node* v = FirstUnknownKey(root, known, unknown))
+            Fail(*v, "unknown key '" + unknown
+                    + "'; the manifest knows genre, kit, drum-map, drums, bass, keys, guitar and grooves");
         const toml::node* genreNode = root.get("genre");
         const std::string genre = genreNode ? Text(*genreNode, "genre") : std::string(kDefaultGenre);
         if (genre.empty())
@@ -109,12 +123,25 @@ public:
         if (const toml::node* map = root.get("drum-map"))
             DrumMap(genreLib, *map);
 
-        CGenInstLib* drums = genreLib.FindInstLib(TGenInstType_Drums);
-        if (const toml::node* d = root.get("drums")) {
-            if (!d->is_table())
-                Fail(*d, "drums must be a table");
-            InstLib(*drums, *d->as_table(), aliases);
+        for (const TInstrumentTable& instrument : kInstrumentTables) {
+            const toml::node* n = root.get(instrument.mKey);
+            if (!n)
+                continue;
+            if (!n->is_table())
+                Fail(*n, std::string(instrument.mKey) + " must be a table");
+            // The default genre brings its drummer; the other players join it.
+            if (CGenInstLib* present = genreLib.FindInstLib(instrument.mType)) {
+                InstLib(*present, instrument.mKey, *n->as_table(), aliases);
+                continue;
+            }
+            CGenInstLib lib(instrument.mType);
+            lib.mContainsUidEvents = false;
+            lib.mContainsAbstractNoteEvs = true;
+            InstLib(lib, instrument.mKey, *n->as_table(), aliases);
+            genreLib.mInstLibs.AddInstLib(lib);
         }
+        if (const toml::node* grooves = root.get("grooves"))
+            genreLib.mGrooves = ReadGrooves(*grooves, mFile);
         // Coordinates are written on the 0..100 scale of the user's controls.
         CGenPatternCoordConv identity;
         identity.SetToIdentity();
@@ -153,14 +180,15 @@ private:
         genreLib.SetDrumMap(map);
     }
 
-    void InstLib(CGenInstLib& lib, const toml::table& t, const TDrumMapAliases& aliases) const
+    // One player's table: its layers' grids, their phrases and its styles.
+    void InstLib(CGenInstLib& lib, const std::string& name, const toml::table& t, const TDrumMapAliases& aliases)
     {
         std::set<std::string> known = {"styles", "phrases"};
         for (const TLayer& layer : kLayers)
             known.insert(layer.mKey);
         std::string unknown;
         if (const toml::node* v = FirstUnknownKey(t, known, unknown))
-            Fail(*v, "unknown key '" + unknown + "' in drums");
+            Fail(*v, "unknown key '" + unknown + "' in " + name);
 
         for (const TLayer& layer : kLayers) {
             const toml::node* n = t.get(layer.mKey);
@@ -168,7 +196,11 @@ private:
                 continue;
             CGenPatternGraphBoost& graph = lib.PatternGraph(layer.mType);
             for (const auto& [file, at] : Files(*n, layer.mKey)) {
-                for (const CGenPattern& pattern : ParseGridPatterns(ReadSource(file, *at), file, aliases)) {
+                const std::string text = ReadSource(file, *at);
+                const std::vector<CGenPattern> patterns = lib.mInstType == TGenInstType_Drums
+                    ? ParseGridPatterns(text, file, aliases)
+                    : ParsePitchedGridPatterns(text, file);
+                for (const CGenPattern& pattern : patterns) {
                     if (graph.FindPatternWithName(pattern.mName) != graph.PatternCount())
                         Fail(*at, "pattern '" + pattern.mName + "' of '" + file + "' is already in " + layer.mKey);
                     graph.AddPattern(pattern);
@@ -191,11 +223,10 @@ private:
         }
         if (const toml::node* styles = t.get("styles")) {
             lib.mStyles.clear();
-            std::set<std::string> ids;
             for (const auto& [file, at] : Files(*styles, "styles")) {
                 CGenStyle style;
                 ParseStyleSource(ReadSource(file, *at), file, style);
-                if (!ids.insert(style.UniqueID()).second)
+                if (!mStyleIDs.insert(style.UniqueID()).second)
                     Fail(*at, "style id '" + style.UniqueID() + "' of '" + file + "' is used twice");
                 lib.mStyles.push_back(std::move(style));
             }
@@ -204,6 +235,9 @@ private:
 
     fs::path mRoot;
     std::string mFile;
+    // The players' styles share the bundle's folder of style files, named
+    // by name and id: an id serves one style of the whole library.
+    std::set<std::string> mStyleIDs;
 };
 
 } // namespace

@@ -22,8 +22,20 @@
 //   [drums.phrases]             # example phrases that train each graph's edges
 //   accent-families = "drums/families.phrases"
 //
+//   [bass]                      # a bass player: the same keys, its grids
+//   accent-families = ["bass/lines.grid"]    # rows of abstract notes
+//   styles = ["bass/style.toml"]
+//   [bass.phrases]
+//   accent-families = "bass/lines.phrases"
+//                               # [keys] and [guitar] likewise
+//
+//   [[grooves]]                 # the genre's grooves, see GrooveSource.h
+//   name = "swing 8ths"
+//   tracks = [{ type = "All", grid = 0.5, swing = 0.6 }]
+//
 // Grid and phrase files are described in GridPatterns.h, style files in
-// StyleSource.h. Paths are relative to the source folder.
+// StyleSource.h. Paths are relative to the source folder. Style ids are
+// unique across the players: their files share one folder of the bundle.
 
 #include <string>
 

@@ -12,6 +12,7 @@
 #include <Platform/ZKStrings.h>
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -49,7 +50,8 @@ std::string Trim(const std::string& s)
 }
 
 // Lines with their comments cut off and blanks trimmed; empty lines stay, so
-// that every line keeps its number.
+// that every line keeps its number. A comment starts with a "#" at the
+// line's start or after a blank: the "#" of a sharp ("F#2") is no comment.
 std::vector<TSourceLine> SplitLines(const std::string& text)
 {
     std::vector<TSourceLine> lines;
@@ -58,7 +60,9 @@ std::vector<TSourceLine> SplitLines(const std::string& text)
     int number = 0;
     while (std::getline(in, line)) {
         ++number;
-        const size_t hash = line.find('#');
+        size_t hash = line.find('#');
+        while (hash != std::string::npos && hash > 0 && !IsBlank(line[hash - 1]))
+            hash = line.find('#', hash + 1);
         if (hash != std::string::npos)
             line.erase(hash);
         lines.push_back({number, Trim(line)});
@@ -112,12 +116,26 @@ std::string NumberText(double v)
 
 // ----- grid patterns
 
-enum class THeaderKey { Time, Steps, Bars, Beats, Complexity, Intensity, Tempo, Rating, Target, Overlay, Info };
+// What a row names: a kit piece (its hits one cell long) or an abstract note
+// (its notes as long as their sustain cells).
+enum class TGridKind { Drums, Pitched };
+
+enum class THeaderKey {
+    Time, Steps, Bars, Beats, Complexity, Intensity, Tempo, Rating, Target, Overlay, Info, Group, Range, RootRange
+};
 
 const std::pair<const char*, THeaderKey> kHeaderKeys[] = {{"time", THeaderKey::Time}, {"steps", THeaderKey::Steps},
     {"bars", THeaderKey::Bars}, {"beats", THeaderKey::Beats}, {"complexity", THeaderKey::Complexity},
     {"intensity", THeaderKey::Intensity}, {"tempo", THeaderKey::Tempo}, {"rating", THeaderKey::Rating},
-    {"target", THeaderKey::Target}, {"overlay", THeaderKey::Overlay}, {"info", THeaderKey::Info}};
+    {"target", THeaderKey::Target}, {"overlay", THeaderKey::Overlay}, {"info", THeaderKey::Info},
+    {"group", THeaderKey::Group}, {"range", THeaderKey::Range}, {"root-range", THeaderKey::RootRange}};
+
+// The event dictionary keys through which a pattern narrows the concretizer's
+// note ranges, as absolute note numbers.
+const char* const kModMinNoteNrAbs = "ModMinNoteNrAbs";
+const char* const kModMaxNoteNrAbs = "ModMaxNoteNrAbs";
+const char* const kModPatternRootMinNoteNrAbs = "ModPatternRootMinNoteNrAbs";
+const char* const kModPatternRootMaxNoteNrAbs = "ModPatternRootMaxNoteNrAbs";
 
 std::optional<THeaderKey> FindHeaderKey(const std::string& key)
 {
@@ -126,6 +144,10 @@ std::optional<THeaderKey> FindHeaderKey(const std::string& key)
             return k;
     return std::nullopt;
 }
+
+// A pitched row's cell that holds the note begun before it one step longer.
+constexpr char kSustainCell = '=';
+constexpr int kSustainVelocity = -2;
 
 // Velocity of a cell; 0 for a rest, -1 for a character that is no cell.
 int CellVelocity(char c)
@@ -145,9 +167,16 @@ int CellVelocity(char c)
 struct TGridRow {
     int mLine = 0;
     std::string mLabel;
-    int mMB1 = 0;
+    int mMB1 = 0;           // drum rows: the kit piece's uid
+    CAbstractNote mNote;    // pitched rows
+    // Per cell: the velocity of a note beginning there, 0 for none.
     std::vector<int> mVelocities;
+    // Per cell: the length in cells of the note beginning there; a drum hit
+    // is one cell long, a pitched note as long as its sustains make it.
+    std::vector<int> mLengths;
 };
+
+using TNoteRange = std::pair<int, int>;
 
 // One pattern while its lines are read.
 struct TGridPatternDraft {
@@ -169,6 +198,9 @@ struct TGridPatternDraft {
     bool mOverlaySy = false;
     bool mOverlayPerc = false;
     std::string mInfo;
+    uint8_t mGroup = CGenEv::kNoteGroupID_None;
+    std::optional<TNoteRange> mRange;
+    std::optional<TNoteRange> mRootRange;
     std::vector<TGridRow> mRows;
     // Cells every row holds; fixed by the first row when neither bars nor
     // beats give it.
@@ -178,9 +210,21 @@ struct TGridPatternDraft {
     double StepLength() const { return BarLength() / mSteps; }
 };
 
+// A row of cells rather than a header line: it starts with an abstract note,
+// or its first bar line comes before any '=' (a sustain cell, or an info text
+// that holds a bar line).
+bool IsGridRowLine(const std::string& text)
+{
+    const size_t bar = text.find('|');
+    return text.front() == '{' || (bar != std::string::npos && bar < text.find('='));
+}
+
 class TGridParser {
 public:
-    TGridParser(const std::string& fileName, const TDrumMapAliases& aliases) : mFileName(fileName), mAliases(aliases) {}
+    TGridParser(const std::string& fileName, const TDrumMapAliases& aliases, TGridKind kind)
+        : mFileName(fileName), mAliases(aliases), mKind(kind)
+    {
+    }
 
     std::vector<CGenPattern> Parse(const std::string& text)
     {
@@ -190,6 +234,8 @@ public:
             const std::vector<std::string> words = SplitWords(line.mText);
             if (words.front() == "pattern" && line.mText.find('=') == std::string::npos)
                 StartPattern(line, words);
+            else if (IsGridRowLine(line.mText))
+                ReadRow(line);
             else if (line.mText.find('=') != std::string::npos)
                 ReadHeader(line);
             else
@@ -269,6 +315,9 @@ private:
                     + "'");
         if (!d.mGiven.insert(*k).second)
             Fail(line.mNumber, std::string("'") + key + "' is given twice in pattern '" + d.mName + "'");
+        const bool pitchedKey = *k == THeaderKey::Group || *k == THeaderKey::Range || *k == THeaderKey::RootRange;
+        if (pitchedKey && mKind != TGridKind::Pitched)
+            Fail(line.mNumber, std::string("'") + key + "' belongs to pitched grids (bass, keys, guitar), not to drums");
         switch (*k) {
         case THeaderKey::Time: d.mSignTime = ParseSignTime(line.mNumber, value); break;
         case THeaderKey::Steps: d.mSteps = ParseCount(line.mNumber, key, value); break;
@@ -310,6 +359,15 @@ private:
         }
         case THeaderKey::Overlay: ParseOverlay(line.mNumber, value, d); break;
         case THeaderKey::Info: d.mInfo = value; break;
+        case THeaderKey::Group: {
+            int group = 0;
+            if (!ParseInt(value, group) || group < 0 || group > 255)
+                Fail(line.mNumber, std::string("group = ") + value + " is no note group 0 to 255 (255: none)");
+            d.mGroup = static_cast<uint8_t>(group);
+            break;
+        }
+        case THeaderKey::Range: d.mRange = ParseNoteRange(line.mNumber, key, value); break;
+        case THeaderKey::RootRange: d.mRootRange = ParseNoteRange(line.mNumber, key, value); break;
         }
     }
 
@@ -329,38 +387,58 @@ private:
             label = words.front();
             cells = line.mText.substr(line.mText.find(label) + label.size());
         }
+        const bool pitched = mKind == TGridKind::Pitched;
         if (label.empty())
-            Fail(line.mNumber, "grid row without a kit piece");
+            Fail(line.mNumber, pitched ? "grid row without an abstract note" : "grid row without a kit piece");
         const auto alias = mAliases.find(label);
-        if (alias == mAliases.end() && FindHeaderKey(label))
+        if ((pitched || alias == mAliases.end()) && FindHeaderKey(label))
             Fail(line.mNumber, std::string("header line '") + label + "' lacks '='");
         if (!mDraft)
             Fail(line.mNumber, "grid row before any pattern line");
         TGridPatternDraft& d = *mDraft;
 
-        const std::string& path = alias != mAliases.end() ? alias->second : label;
-        const TInstTreeUid uid = GenDrumInstTreeV1().FindUidWithPath(path);
-        if (uid == TInstTreeUid_Undef)
-            Fail(line.mNumber, std::string("unknown kit piece or instrument path '") + label + "'");
-
         TGridRow row;
         row.mLine = line.mNumber;
         row.mLabel = label;
-        row.mMB1 = GenInstTreeUidToMB1(uid);
+        if (pitched) {
+            row.mNote = ParseAbstractNote(line.mNumber, label);
+        } else {
+            const std::string& path = alias != mAliases.end() ? alias->second : label;
+            const TInstTreeUid uid = GenDrumInstTreeV1().FindUidWithPath(path);
+            if (uid == TInstTreeUid_Undef)
+                Fail(line.mNumber, std::string("unknown kit piece or instrument path '") + label + "'");
+            row.mMB1 = GenInstTreeUidToMB1(uid);
+        }
+        // The note that a sustain cell lengthens: its index, none after a rest.
+        std::optional<size_t> open;
         for (size_t i = 0; i < cells.size(); ++i) {
             const char c = cells[i];
             if (IsBlank(c) || c == '|')
                 continue;
-            const int velocity = CellVelocity(c);
-            if (velocity < 0) {
+            const int velocity = pitched && c == kSustainCell ? kSustainVelocity : CellVelocity(c);
+            if (velocity < 0 && velocity != kSustainVelocity) {
                 // A multi-byte character is quoted whole, not as its first byte.
                 size_t end = i + 1;
                 while ((static_cast<unsigned char>(c) & 0x80) && end < cells.size()
                     && (static_cast<unsigned char>(cells[end]) & 0xC0) == 0x80)
                     ++end;
-                Fail(line.mNumber, std::string("cell '") + cells.substr(i, end - i) + "' is not one of . - g p x X !");
+                Fail(line.mNumber, std::string("cell '") + cells.substr(i, end - i) + "' is not one of . - g p x X !"
+                        + (pitched ? " =" : ""));
             }
+            if (velocity == kSustainVelocity) {
+                if (!open)
+                    Fail(line.mNumber, std::string("'=' in cell ") + std::to_string(row.mVelocities.size() + 1)
+                            + " of row '" + label + "' follows no note to sustain");
+                ++row.mLengths[*open];
+                row.mVelocities.push_back(0);
+                row.mLengths.push_back(0);
+                continue;
+            }
+            open.reset();
+            if (velocity > 0 && pitched)
+                open = row.mVelocities.size();
             row.mVelocities.push_back(velocity);
+            row.mLengths.push_back(velocity > 0 ? 1 : 0);
         }
 
         if (!d.mCellCount) {
@@ -416,7 +494,6 @@ private:
                     + NumberText(barLength) + " beats");
         const std::optional<size_t> cells = d.mCellCount ? d.mCellCount : ExpectedCellCount(d);
         const double length = d.mBars ? *d.mBars * barLength : (d.mBeats ? *d.mBeats : *cells * d.StepLength());
-        const float stepLength = static_cast<float>(d.StepLength());
 
         CGenEvs evs(static_cast<float>(length));
         // InsertAtBeatPos keeps the list in the engine's event order: by
@@ -424,8 +501,7 @@ private:
         for (const TGridRow& row : d.mRows)
             for (size_t step = 0; step < row.mVelocities.size(); ++step)
                 if (row.mVelocities[step] > 0)
-                    evs.InsertAtBeatPos(CGenEv(static_cast<float>(static_cast<double>(step) * barLength / d.mSteps),
-                        stepLength, st_NoteOn, row.mMB1, row.mVelocities[step]));
+                    evs.InsertAtBeatPos(MakeEvent(d, row, step));
 
         CGenPattern pattern(d.mName, std::move(evs), CGenPatternCoordInt(d.mComplexity, d.mIntensity));
         pattern.mSignTime = d.mSignTime;
@@ -445,6 +521,67 @@ private:
             pattern.mProperties.SetFloatValueForKey(0.0, kGenPatternProp_Fill_OverlayRangePercStart);
         pattern.mInfo = d.mInfo;
         mPatterns.push_back(std::move(pattern));
+    }
+
+    CGenEv MakeEvent(const TGridPatternDraft& d, const TGridRow& row, size_t step) const
+    {
+        const float pos = static_cast<float>(static_cast<double>(step) * d.BarLength() / d.mSteps);
+        const float length = static_cast<float>(row.mLengths[step] * d.StepLength());
+        if (mKind == TGridKind::Drums)
+            return CGenEv(pos, length, st_NoteOn, row.mMB1, row.mVelocities[step]);
+        CGenEv ev(pos, length, row.mNote, d.mGroup);
+        ev.mMB2 = row.mVelocities[step];
+        if (d.mRange) {
+            ev.Dictionary().SetValueForKey(static_cast<int64_t>(d.mRange->first), kModMinNoteNrAbs);
+            ev.Dictionary().SetValueForKey(static_cast<int64_t>(d.mRange->second), kModMaxNoteNrAbs);
+        }
+        if (d.mRootRange) {
+            ev.Dictionary().SetValueForKey(static_cast<int64_t>(d.mRootRange->first), kModPatternRootMinNoteNrAbs);
+            ev.Dictionary().SetValueForKey(static_cast<int64_t>(d.mRootRange->second), kModPatternRootMaxNoteNrAbs);
+        }
+        return ev;
+    }
+
+    // The row label of a pitched grid. The note must read back as written, so
+    // that a typo ("{1x}", "{5[+1}") is not played as some other note.
+    CAbstractNote ParseAbstractNote(int line, const std::string& text) const
+    {
+        CAbstractNote note;
+        const bool braced = text.size() >= 2 && text.front() == '{' && text.back() == '}';
+        if (!braced || !note.SetFromString(text) || note.IsUndef())
+            Fail(line, std::string("'") + text + "' is no abstract note (want e.g. {1}, {5}, {n1}, {1[+1]}, {n1[c-1]})");
+        if (note.ToString() != text)
+            Fail(line, std::string("malformed abstract note '") + text + "': it reads as " + note.ToString());
+        return note;
+    }
+
+    // "E1-G3" (C4 is 60) or note numbers "28-55", lowest first.
+    TNoteRange ParseNoteRange(int line, const std::string& key, const std::string& value) const
+    {
+        // The dash between the notes follows a digit (blanks between them
+        // aside); one after a letter is the sign of an octave ("C-1").
+        size_t dash = std::string::npos;
+        for (size_t i = 1; i < value.size() && dash == std::string::npos; ++i) {
+            size_t before = i;
+            while (before > 0 && IsBlank(value[before - 1]))
+                --before;
+            if (value[i] == '-' && before > 0 && std::isdigit(static_cast<unsigned char>(value[before - 1])))
+                dash = i;
+        }
+        if (dash == std::string::npos)
+            Fail(line, key + " = " + value + " is no note range (want LOW-HIGH, e.g. E1-G3 with C4 = 60)");
+        TNoteRange range;
+        const std::pair<std::string, int*> ends[] = {{Trim(value.substr(0, dash)), &range.first},
+            {Trim(value.substr(dash + 1)), &range.second}};
+        for (const auto& [name, nr] : ends) {
+            *nr = CGenEv::NoteNrFromNoteName(name, TShowNoteAs_NameC4);
+            if (*nr < 0)
+                Fail(line, std::string("unknown note '") + name + "' in " + key
+                        + " (want a name such as E1, F#2, Bb3 with C4 = 60, or a number 0 to 127)");
+        }
+        if (range.first > range.second)
+            Fail(line, key + " = " + value + " runs downwards; give the lower note first");
+        return range;
     }
 
     CGenSignTime ParseSignTime(int line, const std::string& value) const
@@ -542,6 +679,7 @@ private:
 
     const std::string& mFileName;
     const TDrumMapAliases& mAliases;
+    const TGridKind mKind;
     std::optional<TGridPatternDraft> mDraft;
     // The name of the copy just made; lines after it belong to nothing.
     std::optional<std::string> mCopy;
@@ -562,7 +700,13 @@ using THistoryCounts = std::map<std::vector<int32_t>, std::map<int32_t, int>>;
 std::vector<CGenPattern> ParseGridPatterns(const std::string& text, const std::string& fileName,
     const TDrumMapAliases& aliases)
 {
-    return TGridParser(fileName, aliases).Parse(text);
+    return TGridParser(fileName, aliases, TGridKind::Drums).Parse(text);
+}
+
+std::vector<CGenPattern> ParsePitchedGridPatterns(const std::string& text, const std::string& fileName)
+{
+    static const TDrumMapAliases none;
+    return TGridParser(fileName, none, TGridKind::Pitched).Parse(text);
 }
 
 void TrainEdgesFromPhrases(const std::string& text, const std::string& fileName, CGenPatternGraphBoost& graph)

@@ -5,7 +5,7 @@
 //
 // A grid file holds one or more patterns:
 //
-//   # a comment
+//   # a comment, from a "#" at a line's start or after a blank
 //   pattern rock_8a
 //   time = 4/4            # the metre the pattern is written in (default 4/4)
 //   steps = 16            # grid cells per bar (default 16; 12 for triplets)
@@ -28,6 +28,27 @@
 // expression ("Drums.Hh.note.hit.move.static.open.o6"). Cells: "." or "-" is a
 // rest; g p x X ! are hits at velocity 35, 55, 80, 105, 125. "|" and blanks
 // only help the eye. Every row holds exactly steps * bars cells.
+//
+// Pitched grids (bass, keys, guitar) have the same form, but a row names an
+// abstract note in its text form, and "=" holds the note begun before it for
+// one more cell, so that the cells give each note its length:
+//
+//   pattern bass.rootfifth.1
+//   steps = 8
+//   group = 0             # note group of all notes (shared root and octave);
+//                         # 255 or none given: no group
+//   range = E1-G3         # optional: the notes' range ("ModMin/MaxNoteNrAbs")
+//   root-range = E1-D#2   # optional: the root's range ("ModPatternRootMin/
+//                         # MaxNoteNrAbs"); both as note names with C4 = 60
+//                         # (E1 = 28, the low string of a bass) or numbers
+//   {1}       | X = = = | . . . . |     # a half note on the root
+//   {5}       | . . . . | x = . . |     # a quarter note on the fifth
+//   {n1[c-1]} | . . . . | . . . p |     # an eighth a semitone below the
+//                                       # next chord's root
+//
+// Each note is an abstract-note event (status 0x90, MB1 -1) with its velocity
+// in MB2; a note must read back as written ("{1x}" is refused), and "="
+// after a rest or at the row's start has nothing to hold.
 //
 // A phrases file lists example phrases, one per line, as pattern names:
 //
@@ -61,6 +82,10 @@ using TDrumMapAliases = std::map<std::string, std::string>;
 // errors. Throws TContentError with the line of the mistake.
 std::vector<CGenPattern> ParseGridPatterns(const std::string& text, const std::string& fileName,
     const TDrumMapAliases& aliases);
+
+// Patterns of a pitched grid file (rows of abstract notes) in written order;
+// errors as above.
+std::vector<CGenPattern> ParsePitchedGridPatterns(const std::string& text, const std::string& fileName);
 
 // Adds the edges trained from a phrases file to `graph`, whose patterns
 // are already in place. Throws TContentError for an unknown pattern name or

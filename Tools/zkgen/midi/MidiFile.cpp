@@ -269,6 +269,13 @@ bool BuildTrack(const TTrack& track, size_t index, TOutTrack& out, std::string& 
         name += std::string(" \"") + track.mName + "\"";
     if (!track.mName.empty())
         out.Add(0, kRankName, TextMeta(0x03, track.mName));
+    if (track.mProgram >= 0) {
+        if (!InRange(track.mProgram, 0, 127, name + ": ", "program", reason)
+            || !InRange(track.mProgramChannel, 0, 15, name + ": ", "program channel", reason))
+            return false;
+        // Before the first note: a controller rank at tick 0 sorts ahead of note-ons.
+        out.Add(0, kRankController, {uint8_t(0xC0 | track.mProgramChannel), uint8_t(track.mProgram)});
+    }
 
     for (size_t i = 0; i < track.mNotes.size(); ++i) {
         const TNote& n = track.mNotes[i];
@@ -640,6 +647,12 @@ TPerformance ToPerformance(const TMidiFileInfo& info)
                 } else if (b[1] == 0x58 && length >= 2 && data[1] <= 30) {
                     p.mMeters.push_back(TMeterChange{beat, data[0], 1 << data[1]});
                 }
+                continue;
+            }
+            if (b.size() == 2 && (b[0] & 0xF0) == 0xC0) {
+                hasChannelEvents = true;
+                track.mProgram = b[1];
+                track.mProgramChannel = b[0] & 0x0F;
                 continue;
             }
             if (b.size() != 3 || b[0] < 0x80 || b[0] >= 0xF0)

@@ -44,6 +44,10 @@ struct TController {
 
 struct TTrack {
     std::string mName;
+    // A General MIDI program (0..127) sent on mProgramChannel at the start;
+    // -1 for none (drums need none).
+    int mProgram = -1;
+    uint8_t mProgramChannel = 0;
     std::vector<TNote> mNotes;
     std::vector<TController> mControllers;
 };

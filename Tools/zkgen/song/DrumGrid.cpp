@@ -123,9 +123,11 @@ std::string DrumGridText(const TSongPerformance& performance, int maxBars)
 {
     std::ostringstream out;
     std::vector<const TNote*> notes;
+    // The kit's channel only: the bass plays on its own.
     for (const TTrack& t : performance.mPerformance.mTracks)
         for (const TNote& n : t.mNotes)
-            notes.push_back(&n);
+            if (n.mChannel == 9)
+                notes.push_back(&n);
     std::stable_sort(notes.begin(), notes.end(), [](const TNote* a, const TNote* b) { return a->mBeat < b->mBeat; });
 
     int barNumber = 0;

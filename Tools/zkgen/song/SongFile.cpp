@@ -29,8 +29,10 @@ constexpr double kMinTempo = 10.0;
 constexpr double kMaxTempo = 999.0;
 constexpr long long kMaxBars = 10000;
 
-const std::vector<std::string> kTopLevelKeys = {"title", "genre", "tempo", "time-signature", "controls", "section"};
-const std::vector<std::string> kSectionKeys = {"name", "bars", "tempo", "time-signature", "tempo-scale", "style"};
+const std::vector<std::string> kTopLevelKeys = {"title", "genre", "tempo", "time-signature", "key", "controls",
+    "section"};
+const std::vector<std::string> kSectionKeys = {"name", "bars", "tempo", "time-signature", "tempo-scale", "style", "key",
+    "chords"};
 
 // A mistake found while reading the parsed table; ParseSongText turns it into
 // the one-line error. Throwing keeps the many readers below free of plumbing.
@@ -124,6 +126,18 @@ TSongTimeSignature TimeSignatureOf(const toml::node& node, const std::string& wh
     if (!signature)
         Fail(node, error);
     return *signature;
+}
+
+TSongKey KeyOf(const toml::node& node)
+{
+    const auto* text = node.as_string();
+    if (text == nullptr)
+        Fail(node, "key must be text such as \"C\" or \"A minor\"");
+    std::string error;
+    const std::optional<TSongKey> key = ParseKeyText(text->get(), error);
+    if (!key)
+        Fail(node, error);
+    return *key;
 }
 
 // Case-insensitive edit distance, for the "did you mean" of unknown keys.
@@ -246,7 +260,27 @@ std::map<std::string, double> ReadControlsTable(const toml::node& node)
     return controls;
 }
 
-TSongSection ReadSection(const toml::table& table, const std::map<std::string, double>& songControls)
+// The section's chart against its metre, repeated through its bars.
+std::vector<TSongChord> ChordsOf(const toml::node& node, const TSongSection& section,
+    const TSongTimeSignature& signature)
+{
+    const auto* text = node.as_string();
+    if (text == nullptr)
+        Fail(node, std::string("chords of section '") + section.mName + "' must be text such as \"C | Am | F | G\"");
+    if (!section.mKey)
+        Fail(node, std::string("section '") + section.mName
+                + "' has chords but no key (set key = \"C\" in the song or the section)");
+    TChordChartError error;
+    std::optional<std::vector<TSongChord>> chords = ParseChordChart(text->get(), section.mBars, signature, error);
+    if (!chords)
+        Fail(node, std::string("section '") + section.mName + "'"
+                + (error.mBar > 0 ? " bar " + std::to_string(error.mBar) : std::string()) + ": " + error.mMessage);
+    return std::move(*chords);
+}
+
+// `signature` is the metre in force where the section starts.
+TSongSection ReadSection(const toml::table& table, const std::map<std::string, double>& songControls,
+    const std::optional<TSongKey>& songKey, const TSongTimeSignature& signature)
 {
     TSongSection section;
     section.mLine = LineOf(table);
@@ -259,6 +293,7 @@ TSongSection ReadSection(const toml::table& table, const std::map<std::string, d
     std::map<std::string, double> ownControls;
     std::map<std::string, std::string> writtenAs;
     bool hasBars = false;
+    const toml::node* chordsNode = nullptr;
     for (const auto& [key, value] : EntriesInFileOrder(table)) {
         const toml::node& node = *value;
         if (key == "name")
@@ -289,6 +324,10 @@ TSongSection ReadSection(const toml::table& table, const std::map<std::string, d
             if (*style < 0 || *style > INT_MAX)
                 Fail(node, std::string("style ") + std::to_string(*style) + where + " must be 0 or more");
             section.mStyle = static_cast<int>(*style);
+        } else if (key == "key") {
+            section.mKey = KeyOf(node);
+        } else if (key == "chords") {
+            chordsNode = &node;
         } else if (!ControlKeyFor(key).empty()) {
             ReadControl(key, node, where, ownControls, writtenAs);
         } else {
@@ -298,6 +337,11 @@ TSongSection ReadSection(const toml::table& table, const std::map<std::string, d
     }
     if (!hasBars)
         Fail(table, std::string("section '") + section.mName + "' has no bars (bars = 1 to 10000)");
+    if (!section.mKey)
+        section.mKey = songKey;
+    // The chart waits for the bars and the key, wherever they stand.
+    if (chordsNode != nullptr)
+        section.mChords = ChordsOf(*chordsNode, section, section.mTimeSignature.value_or(signature));
 
     // The section's own values win over the song's defaults.
     section.mControls = songControls;
@@ -323,6 +367,8 @@ TSong ReadSong(const toml::table& root, const std::string& sourceName)
             song.mTempo = TempoOf(node, "");
         else if (key == "time-signature")
             song.mTimeSignature = TimeSignatureOf(node, "");
+        else if (key == "key")
+            song.mKey = KeyOf(node);
         else if (key == "controls")
             songControls = ReadControlsTable(node);
         else if (key == "section")
@@ -342,11 +388,14 @@ TSong ReadSong(const toml::table& root, const std::string& sourceName)
         Fail(*sectionsNode, "the song has no sections ([[section]])");
 
     std::map<std::string, int> lineOfName;
+    // A metre change holds until the next one.
+    TSongTimeSignature signature = song.mTimeSignature;
     for (const toml::node& element : *sections) {
         const auto* table = element.as_table();
         if (table == nullptr)
             Fail(element, "section must be an array of tables ([[section]])");
-        TSongSection section = ReadSection(*table, songControls);
+        TSongSection section = ReadSection(*table, songControls, song.mKey, signature);
+        signature = section.mTimeSignature.value_or(signature);
         const auto [earlier, isNew] = lineOfName.emplace(section.mName, section.mLine);
         if (!isNew)
             Fail(*table, std::string("section '") + section.mName + "' is named twice, at lines " +
@@ -369,6 +418,50 @@ std::optional<int> TimeSignaturePart(const std::string& text)
         value = std::min(value * 10 + (c - '0'), 1000000);
     }
     return value;
+}
+
+// ----- chord charts
+
+constexpr const char* kHold = ".";
+constexpr const char* kRepeatBar = "%";
+
+// The length of the UTF-8 sequence that starts at `i` (1 for a lone byte).
+size_t Utf8Length(const std::string& text, size_t i)
+{
+    size_t end = i + 1;
+    while ((static_cast<unsigned char>(text[i]) & 0x80) && end < text.size()
+        && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80)
+        ++end;
+    return end - i;
+}
+
+// The first character of `token` that no chord name has, or empty. Names
+// use letters, digits, # b + - / ( ) ^ , and the signs of diminished,
+// half-diminished, major seventh, flat and sharp.
+std::string ForeignCharacterOf(const std::string& token)
+{
+    static const std::string kSigns[] = {"\u00B0", "\u00F8", "\u0394", "\u266D", "\u266F"};
+    for (size_t i = 0; i < token.size();) {
+        const size_t length = Utf8Length(token, i);
+        const std::string c = token.substr(i, length);
+        const unsigned char first = static_cast<unsigned char>(c[0]);
+        const bool ascii = length == 1 && first < 0x80
+            && (std::isalnum(first) || std::string_view("#+-/()^,").find(c[0]) != std::string_view::npos);
+        if (!ascii && std::find(std::begin(kSigns), std::end(kSigns), c) == std::end(kSigns))
+            return c;
+        i += length;
+    }
+    return {};
+}
+
+std::vector<std::string> SplitBlanks(const std::string& text)
+{
+    std::vector<std::string> words;
+    std::istringstream in(text);
+    std::string word;
+    while (in >> word)
+        words.push_back(word);
+    return words;
 }
 
 } // namespace
@@ -412,6 +505,104 @@ std::optional<TSongTimeSignature> ParseTimeSignatureText(const std::string& text
         return std::nullopt;
     }
     return TSongTimeSignature{*numerator, *denominator};
+}
+
+std::optional<TSongKey> ParseKeyText(const std::string& text, std::string& error)
+{
+    const std::string shown = Trimmed(text);
+    error = std::string("key '") + shown + "' is not a key (want e.g. \"C\", \"Am\", \"F# major\", \"Bb minor\")";
+    static const int kNaturals[] = {9, 11, 0, 2, 4, 5, 7}; // A to G
+    if (shown.empty())
+        return std::nullopt;
+    const char letter = static_cast<char>(std::toupper(static_cast<unsigned char>(shown[0])));
+    if (letter < 'A' || letter > 'G')
+        return std::nullopt;
+    TSongKey key;
+    key.mText = shown;
+    key.mRoot = kNaturals[letter - 'A'];
+    size_t i = 1;
+    if (i < shown.size() && (shown[i] == '#' || shown[i] == 'b')) {
+        key.mRoot = (key.mRoot + (shown[i] == '#' ? 1 : 11)) % 12;
+        ++i;
+    }
+    // A lone "m" is minor; "M" is refused rather than guessed.
+    const std::string mode = Trimmed(std::string_view(shown).substr(i));
+    std::string lower = mode;
+    std::transform(lower.begin(), lower.end(), lower.begin(),
+        [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    if (mode == "m" || lower == "min" || lower == "minor")
+        key.mMinor = true;
+    else if (!mode.empty() && lower != "maj" && lower != "major")
+        return std::nullopt;
+    error.clear();
+    return key;
+}
+
+std::optional<std::vector<TSongChord>> ParseChordChart(const std::string& text, int bars,
+    const TSongTimeSignature& signature, TChordChartError& error)
+{
+    const auto fail = [&error](int bar, std::string message) {
+        error = TChordChartError{bar, std::move(message)};
+        return std::nullopt;
+    };
+    // Bar lines at the chart's ends only frame it.
+    const size_t first = text.find_first_not_of(" \t\r\n|");
+    if (first == std::string::npos)
+        return fail(0, "the chord chart holds no bar");
+    const std::string framed = text.substr(first, text.find_last_not_of(" \t\r\n|") + 1 - first);
+
+    // Each bar's tokens with "%" resolved.
+    std::vector<std::vector<std::string>> chart;
+    size_t start = 0;
+    while (start <= framed.size()) {
+        const size_t end = std::min(framed.find('|', start), framed.size());
+        const int bar = static_cast<int>(chart.size()) + 1;
+        std::vector<std::string> tokens = SplitBlanks(framed.substr(start, end - start));
+        start = end + 1;
+        if (tokens.empty())
+            return fail(bar, "the bar holds no chord (write % to repeat the bar before it)");
+        if (std::find(tokens.begin(), tokens.end(), kRepeatBar) != tokens.end()) {
+            if (tokens.size() > 1)
+                return fail(bar, "% repeats a whole bar and stands alone in it");
+            if (chart.empty())
+                return fail(bar, "% has no bar before it to repeat");
+            tokens = chart.back();
+        }
+        const int units = signature.mNumerator;
+        const int count = static_cast<int>(tokens.size());
+        if (units % count != 0)
+            return fail(bar, std::to_string(count) + " chords do not divide the bar's " + std::to_string(units)
+                    + " beats");
+        for (const std::string& token : tokens) {
+            if (token == kHold || token == kSongNoChord)
+                continue;
+            const std::string foreign = ForeignCharacterOf(token);
+            if (!foreign.empty())
+                return fail(bar, std::string("'") + token + "' holds '" + foreign + "', which no chord name has");
+        }
+        if (chart.empty() && tokens.front() == kHold)
+            return fail(bar, ". holds the chord before it, and the chart has none yet");
+        chart.push_back(std::move(tokens));
+    }
+
+    const int chartBars = static_cast<int>(chart.size());
+    if (bars % chartBars != 0)
+        return fail(0, std::string("the chart's ") + std::to_string(chartBars) + " bars do not divide the section's "
+                + std::to_string(bars) + " bars");
+    std::vector<TSongChord> chords;
+    const double unitBeats = 4.0 / signature.mDenominator;
+    for (int bar = 0; bar < bars; ++bar) {
+        const std::vector<std::string>& tokens = chart[static_cast<size_t>(bar % chartBars)];
+        const int share = signature.mNumerator / static_cast<int>(tokens.size());
+        for (size_t k = 0; k < tokens.size(); ++k) {
+            if (tokens[k] == kHold)
+                continue;
+            const int unit = static_cast<int>(k) * share;
+            chords.push_back(
+                TSongChord{bar * signature.BarLength() + unit * unitBeats, tokens[k], bar + 1, unit});
+        }
+    }
+    return chords;
 }
 
 std::optional<TSong> ParseSongText(const std::string& text, const std::string& sourceName, std::string& error)

@@ -1,5 +1,7 @@
 #include "song/SongPerformer.h"
 
+#include "song/SongHarmony.h"
+
 #include <Generator/CGenGenerator.h>
 #include <Generator/CGenGeneratorKeys.h>
 #include <Generator/CGenGeneratorParams.h>
@@ -8,6 +10,7 @@
 #include <Generator/instruments/CGenDrumMap.h>
 #include <Generator/library/CGenGenreLib.h>
 #include <Generator/library/CGenInstLib.h>
+#include <Generator/shaping/CGenGroove.h>
 #include <Generator/timesig/CGenSignTime.h>
 
 #include <algorithm>
@@ -108,7 +111,7 @@ CGenPatternCoordExt SectionCoord(const TSongSection& s)
 }
 
 CGenGeneratorParams SectionParams(const TSong& song, const std::vector<TSectionPlan>& plans, size_t ix,
-    const TPerformRequest& request)
+    const TPerformRequest& request, const TSongHarmony& harmony)
 {
     const TSectionPlan& plan = plans[ix];
     const TSongSection& s = *plan.mSection;
@@ -124,6 +127,8 @@ CGenGeneratorParams SectionParams(const TSong& song, const std::vector<TSectionP
     params.mSongName = song.mTitle;
     params.mRegionName = s.mName;
     params.mTrackName = "Drums";
+    params.mEvsChord = harmony.mChords;
+    params.mEvsSignKey = harmony.mKeys;
     // The whole song's metre, tempo and sections, so that a region knows
     // what surrounds it. A section's last bar carries a marker "<name> end",
     // which a style graph can route on to play a fill into the next section.
@@ -152,7 +157,43 @@ CGenGeneratorParams SectionParams(const TSong& song, const std::vector<TSectionP
     return params;
 }
 
+// The memento a section plays with, after the renewal asked for; `what` and
+// `seedMode` say how to call the generator.
+TGenDict SectionMemento(const TGenDict& mementos, const std::string& section, const std::string& seedName,
+    const TPerformRequest& request, TGenerateWhat& what, TRandomSeedMode& seedMode);
+
+TTrack PerformBass(CGenGenerator& generator, const TSong& song, const std::vector<TSectionPlan>& plans,
+    const TSongHarmony& harmony, TGenDict& take, const TPerformRequest& request, const CGenInstLib& bass,
+    const CGenGroove* groove);
+
+// The strengths of a requested groove: timing as asked, dynamics in full.
+CGenGrooveApply GrooveApplyFor(const TPerformRequest& request)
+{
+    CGenGrooveApply apply;
+    apply.mBeatStrategy = kBeatStrategy_InterpolateAlike;
+    apply.mApplyBeatPos = static_cast<float>(request.mSwing < 0.0 ? 1.0 : request.mSwing / 100.0);
+    apply.mVelocityStrategy = kVelocityStrategy_Deviate;
+    apply.mApplyVelocity = 1.0f;
+    return apply;
+}
+
 } // namespace
+
+const CGenGroove* RequestedGroove(const CGenGrooves& grooves, const TPerformRequest& request, std::string& error)
+{
+    error.clear();
+    if (request.mGroove.empty() && request.mSwing < 0.0)
+        return nullptr;
+    const std::string name = request.mGroove.empty() ? "swing 16ths" : request.mGroove;
+    for (const CGenGroove& g : grooves)
+        if (g.mName == name)
+            return &g;
+    std::string names;
+    for (const CGenGroove& g : grooves)
+        names += (names.empty() ? "'" : ", '") + g.mName + "'";
+    error = "the library has no groove named '" + name + "' (it has: " + (names.empty() ? "none" : names) + ")";
+    return nullptr;
+}
 
 uint32_t FirstTakeSeed(const std::string& sectionName)
 {
@@ -194,7 +235,18 @@ std::optional<TSongPerformance> PerformSong(CGenGenerator& generator, const TSon
         return std::nullopt;
     }
 
+    const CGenGroove* groove = RequestedGroove(genreLib->mGrooves, request, error);
+    if (!groove && !error.empty())
+        return std::nullopt;
+    const CGenGrooveApply grooveApply = GrooveApplyFor(request);
     const std::vector<TSectionPlan> plans = PlanSections(song);
+    std::vector<double> starts;
+    for (const TSectionPlan& p : plans)
+        starts.push_back(p.mStart);
+    const std::optional<TSongHarmony> harmonyRead = BuildSongHarmony(song, starts, request.mSourceName, error);
+    if (!harmonyRead)
+        return std::nullopt;
+    const TSongHarmony& harmony = *harmonyRead;
     TSongPerformance result;
     TPerformance& perf = result.mPerformance;
     perf.mTitle = song.mTitle;
@@ -213,21 +265,11 @@ std::optional<TSongPerformance> PerformSong(CGenGenerator& generator, const TSon
             perf.mTempos.push_back({plan.mStart, plan.mTempo});
         perf.mMarkers.push_back({plan.mStart, s.mName});
 
-        const bool renewHere = request.mOnlySection.empty() || request.mOnlySection == s.mName;
-        TGenDict* stored = mementos.DictForKey(s.mName);
-        TGenDict memento = stored ? *stored : FreshMemento(FirstTakeSeed(s.mName));
         TGenerateWhat what = TGenerateWhat_All;
         TRandomSeedMode seedMode = TRandomSeedMode_Keep;
-        if (renewHere && request.mRenewal == TRenewal::NewTake) {
-            // Every section of a new take differs from the others, yet the
-            // take as a whole comes from one number.
-            memento = FreshMemento((request.mNewSeed + FirstTakeSeed(s.mName)) & 0x7fffffffu);
-        } else if (renewHere && request.mRenewal == TRenewal::Layer) {
-            what = request.mLayer;
-            seedMode = TRandomSeedMode_Increment;
-        }
+        const TGenDict memento = SectionMemento(mementos, s.mName, s.mName, request, what, seedMode);
 
-        CGenGeneratorParams params = SectionParams(song, plans, ix, request);
+        CGenGeneratorParams params = SectionParams(song, plans, ix, request, harmony);
         CGenEvsNameds evs;
         TGenDict used = memento;
         if (!generator.Generate(what, seedMode, params, &used, evs)) {
@@ -237,6 +279,11 @@ std::optional<TSongPerformance> PerformSong(CGenGenerator& generator, const TSon
         mementos.SetValueForKey(TGenDictValue(used), s.mName);
 
         const double end = plan.mStart + plan.mLength;
+        // The groove counts its loop from the section's first bar.
+        if (groove)
+            for (CGenEvsNamed& el : evs)
+                groove->ApplyToDrumsUidEvs(el.mEvs, el.mBeatPosAbs - static_cast<float>(plan.mStart), grooveApply,
+                    *drums->InstTree(), TPatternGraphType_Undef);
         for (const CGenEvsNamed& el : evs)
             for (const CGenEv& ev : el.mEvs) {
                 if ((ev.mMB0 & 0xF0) != 0x90 || ev.mMB2 == 0)
@@ -259,7 +306,7 @@ std::optional<TSongPerformance> PerformSong(CGenGenerator& generator, const TSon
         if (request.mCollectPatterns) {
             // The same call again with the layers kept apart names the
             // pattern of every element; the seeds are those just used.
-            CGenGeneratorParams separate = SectionParams(song, plans, ix, request);
+            CGenGeneratorParams separate = SectionParams(song, plans, ix, request, harmony);
             separate.mDbgKeepEvsNamedsSeparate = true;
             TGenDict again = used;
             CGenEvsNameds parts;
@@ -276,7 +323,86 @@ std::optional<TSongPerformance> PerformSong(CGenGenerator& generator, const TSon
         result.mSections.push_back(std::move(section));
     }
     perf.mTracks.push_back(std::move(track));
+    const CGenInstLib* bass = genreLib->FindInstLib(TGenInstType_Bass);
+    if (bass && !bass->mStyles.empty() && harmony.HasChords())
+        perf.mTracks.push_back(PerformBass(generator, song, plans, harmony, take, request, *bass, groove));
     return result;
 }
+
+} // namespace zkgen::cli
+
+namespace zkgen::cli {
+
+namespace {
+
+TGenDict SectionMemento(const TGenDict& mementos, const std::string& section, const std::string& seedName,
+    const TPerformRequest& request, TGenerateWhat& what, TRandomSeedMode& seedMode)
+{
+    const bool renewHere = request.mOnlySection.empty() || request.mOnlySection == section;
+    const TGenDict* stored = mementos.DictForKey(section);
+    TGenDict memento = stored ? *stored : FreshMemento(FirstTakeSeed(seedName));
+    what = TGenerateWhat_All;
+    seedMode = TRandomSeedMode_Keep;
+    if (renewHere && request.mRenewal == TRenewal::NewTake) {
+        // Every section of a new take differs from the others, yet the
+        // take as a whole comes from one number.
+        memento = FreshMemento((request.mNewSeed + FirstTakeSeed(seedName)) & 0x7fffffffu);
+    } else if (renewHere && request.mRenewal == TRenewal::Layer) {
+        what = request.mLayer;
+        seedMode = TRandomSeedMode_Increment;
+    }
+    return memento;
+}
+
+TTrack PerformBass(CGenGenerator& generator, const TSong& song, const std::vector<TSectionPlan>& plans,
+    const TSongHarmony& harmony, TGenDict& take, const TPerformRequest& request, const CGenInstLib& bass,
+    const CGenGroove* groove)
+{
+    const CGenGrooveApply grooveApply = GrooveApplyFor(request);
+    TTrack track;
+    track.mName = "Bass";
+    track.mProgram = kBassProgram;
+    track.mProgramChannel = kBassChannel;
+    TGenDict& mementos = take.DictForKeyCreating(kTake_BassSections);
+    for (size_t ix = 0; ix < plans.size(); ++ix) {
+        const TSectionPlan& plan = plans[ix];
+        const TSongSection& s = *plan.mSection;
+        TGenerateWhat what = TGenerateWhat_All;
+        TRandomSeedMode seedMode = TRandomSeedMode_Keep;
+        // The bass's seeds differ from the drummer's of the same section.
+        TGenDict used = SectionMemento(mementos, s.mName, "bass " + s.mName, request, what, seedMode);
+        CGenGeneratorParams params = SectionParams(song, plans, ix, request, harmony);
+        params.mInstType = TGenInstType_Bass;
+        params.mTrackName = "Bass";
+        if (params.mStyleIx >= static_cast<int>(bass.mStyles.size()))
+            params.mStyleIx = -1;
+        CGenEvsNameds evs;
+        generator.Generate(what, seedMode, params, &used, evs);
+        mementos.SetValueForKey(TGenDictValue(used), s.mName);
+        const double end = plan.mStart + plan.mLength;
+        // The bass follows the groove's bass track, when it has one.
+        if (groove && groove->TrackForType(CGenGrooveTrack::TType_Bass) != groove->end())
+            for (CGenEvsNamed& el : evs)
+                groove->ApplyToInstType(el.mEvs, el.mBeatPosAbs - static_cast<float>(plan.mStart), grooveApply,
+                    TGenInstType_Bass, CGenDrumMap::GeneralMidi(), TPatternGraphType_Undef);
+        for (const CGenEvsNamed& el : evs)
+            for (const CGenEv& ev : el.mEvs) {
+                // A note without a number had no chord to be played against.
+                if ((ev.mMB0 & 0xF0) != 0x90 || ev.mMB2 == 0 || ev.mMB1 < 0 || ev.mMB1 > 127)
+                    continue;
+                const double beat = static_cast<double>(el.mBeatPosAbs) + ev.mBeatPos;
+                if (beat < plan.mStart - 1e-4 || beat >= end - 1e-4)
+                    continue;
+                const double length = GenIsDef(ev.mBeatLength) && ev.mBeatLength > 0.0f ? ev.mBeatLength : 0.5;
+                const int velocity = std::clamp(ev.mMB2 < 0 ? 96 : ev.mMB2, 1, 127);
+                // A note never rings past its section: the next may change key.
+                track.mNotes.push_back({beat, std::min(length, end - beat), kBassChannel, static_cast<uint8_t>(ev.mMB1),
+                    static_cast<uint8_t>(velocity)});
+            }
+    }
+    return track;
+}
+
+} // namespace
 
 } // namespace zkgen::cli

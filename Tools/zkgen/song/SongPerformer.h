@@ -15,6 +15,8 @@
 #include <vector>
 
 class CGenGenerator;
+class CGenGroove;
+class CGenGrooves;
 
 namespace zkgen::cli {
 
@@ -32,7 +34,15 @@ struct TPerformRequest {
     uint32_t mNewSeed = 0;                     // the seed of a new take
     bool mEdgesAndHistory = true;              // phrases from the graphs' edges
     bool mCollectPatterns = false;             // which pattern played where (a second, separate run)
+    std::string mSourceName = "song";          // names the song file in messages
+    std::string mGroove;                       // a groove of the library by name; "" none
+    double mSwing = -1.0;                      // its timing strength 0..100; -1: 100
 };
+
+// The groove a request names: --groove, or for --swing alone the library's
+// "swing 16ths". Null with nothing asked; null with `error` set for a name
+// the library lacks.
+const CGenGroove* RequestedGroove(const CGenGrooves& grooves, const TPerformRequest& request, std::string& error);
 
 struct TPlayedPattern {
     double mBeat = 0.0;
@@ -56,10 +66,18 @@ struct TSongPerformance {
     std::vector<TSectionPerformance> mSections;
 };
 
-// Key of the take file's dictionary of section mementos.
+// Keys of the take file's dictionaries of section mementos: the drummer's
+// and the bass player's.
 inline constexpr const char* kTake_Sections = "sections";
+inline constexpr const char* kTake_BassSections = "bass sections";
 
-// Plays `song` with the loaded `generator`. `take` holds the mementos of the
+// The bass track's channel (the second) and General MIDI program
+// (Electric Bass, finger).
+inline constexpr uint8_t kBassChannel = 1;
+inline constexpr int kBassProgram = 33;
+
+// Plays `song` with the loaded `generator`: the drummer, and the bass
+// player when the genre has one and the song has chords. `take` holds the mementos of the
 // sections by name; it is updated with what this run used. On failure
 // returns nullopt with one line in `error` (an unknown genre or style).
 std::optional<TSongPerformance> PerformSong(CGenGenerator& generator, const TSong& song, TGenDict& take,
