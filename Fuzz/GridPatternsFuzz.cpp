@@ -1,5 +1,6 @@
-// Drum grids and the phrases that train a graph's edges, as the content
-// compiler reads them. Up to the last form feed the input is a grid file,
+// Drum grids, pitched grids (an input starting with "~") and the phrases
+// that train a graph's edges, as the content compiler reads them. Up to the
+// last form feed the input is a grid file,
 // after it a phrases file; without one the phrase plays every pattern read
 // in written order. Mistakes end as TContentError; anything else that leaves
 // the readers is a fault. A graph built from what read must hold the
@@ -54,6 +55,11 @@ void CheckPatterns(const std::vector<CGenPattern>& patterns)
                 zkfuzz::Fail("a grid note has a velocity no cell gives");
             if (!(ev.BeatPos() >= 0.0f && ev.BeatPos() < pattern.Length()))
                 zkfuzz::Fail("a grid note lies outside its pattern");
+            // A pitched note is an abstract note whose sustain stays in the pattern.
+            if (ev.mpMelodyVariationInformation
+                && (ev.AbstractNoteConst().IsUndef() || !(ev.mBeatLength > 0.0f)
+                    || ev.BeatPos() + ev.mBeatLength > pattern.Length() * 1.0001f))
+                zkfuzz::Fail("a pitched grid note has no note or runs past its pattern");
         }
     }
 }
@@ -117,13 +123,17 @@ void Train(const std::vector<CGenPattern>& patterns, const std::string& phrases)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     zkfuzz::SilenceLog();
-    const std::string input(reinterpret_cast<const char*>(data), size);
+    std::string input(reinterpret_cast<const char*>(data), size);
+    const bool pitched = !input.empty() && input[0] == '~';
+    if (pitched)
+        input.erase(0, 1);
     const size_t separator = input.rfind('\f');
     const std::string grid = input.substr(0, separator);
 
     std::vector<CGenPattern> patterns;
     try {
-        patterns = zkgen::cli::ParseGridPatterns(grid, "fuzz.grid", Aliases());
+        patterns = pitched ? zkgen::cli::ParsePitchedGridPatterns(grid, "fuzz.grid")
+                           : zkgen::cli::ParseGridPatterns(grid, "fuzz.grid", Aliases());
     } catch (const zkgen::cli::TContentError&) {
         return 0;
     }

@@ -6,6 +6,7 @@
 #include "FuzzSupport.h"
 
 #include "song/SongFile.h"
+#include "song/SongHarmony.h"
 
 #include <set>
 
@@ -53,7 +54,34 @@ void CheckSong(const zkgen::cli::TSong& song)
         for (const auto& [key, value] : section.mControls)
             if (!(value >= 0.0 && value <= 100.0))
                 zkfuzz::Fail("a section's control lies outside 0..100");
+        double last = -1.0;
+        for (const zkgen::cli::TSongChord& chord : section.mChords) {
+            if (!(chord.mBeat > last) || chord.mBar < 1 || chord.mBar > section.mBars)
+                zkfuzz::Fail("a section's chords don't rise through its bars");
+            last = chord.mBeat;
+        }
+        if (!section.mChords.empty() && !section.mKey)
+            zkfuzz::Fail("a section with chords reads without a key");
     }
+
+    // The harmony the players read: chords by name, keys at the sections.
+    std::vector<double> starts;
+    double start = 0.0;
+    zkgen::cli::TSongTimeSignature signature = song.mTimeSignature;
+    for (const zkgen::cli::TSongSection& section : song.mSections) {
+        starts.push_back(start);
+        if (section.mTimeSignature)
+            signature = *section.mTimeSignature;
+        start += section.mBars * signature.BarLength();
+    }
+    std::string error;
+    const auto harmony = zkgen::cli::BuildSongHarmony(song, starts, "fuzz.toml", error);
+    if (!harmony && error.empty())
+        zkfuzz::Fail("a song's harmony is refused without a message");
+    if (harmony)
+        for (size_t i = 1; i < harmony->mChords.size(); ++i)
+            if (!(harmony->mChords[i - 1].mBeatPosAbs < harmony->mChords[i].mBeatPosAbs))
+                zkfuzz::Fail("a song's chords don't rise");
 }
 
 } // namespace

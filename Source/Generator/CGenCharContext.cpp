@@ -69,41 +69,43 @@ CScaleHeavy CGenCharContext::FindEvScaleValidAt(float pos) const
     const CSignKeyHeavy signKey = key ? key->mSignKey : CSignKeyHeavy();
     const CGenEvChord* chord = FindEvChordValidAt(pos);
     if (chord && !chord->IsUndef())
-        return !chord->mScale.IsUndef() ? chord->mScale : chord->mChord.ConstructScaleInSignKey(signKey);
+        return chord->ScaleInSignKey(signKey);
     return signKey.IsUndef() ? CScaleHeavy() : signKey.Scale();
 }
 
-bool CGenCharContext::GetModNoteNrPropIDAt(int id, float pos, TModNoteNr& mod, std::string* error) const
+namespace {
+
+// The concretizer for a range modification's id, or null with the reason.
+CAbstractNotesConcretizer* ConcretizerForPropID(const CGenCharContext& cc, int id, std::string* error)
 {
-    const CAbstractNotesConcretizer* c = AbstractNoteConcretizer();
-    if (!c) {
-        if (error)
-            *error = "!luaContext->AbstractNoteConcretizerValid()";
-        return false;
-    }
-    if (id < 0 || id > 3) {
+    CAbstractNotesConcretizer* c = cc.AbstractNoteConcretizer();
+    const char* reason = nullptr;
+    if (!c)
+        reason = "!luaContext->AbstractNoteConcretizerValid()";
+    if (c && (id < 0 || id > 3)) {
         if (error)
             *error = "propID " + std::to_string(id) + " out of range";
-        return false;
+        return nullptr;
     }
-    mod = c->mConcretizeRangeModPosseds.GetModNoteNrPropIDAt(id, pos, error);
-    return true;
+    if (reason && error)
+        *error = reason;
+    return c;
+}
+
+} // namespace
+
+bool CGenCharContext::GetModNoteNrPropIDAt(int id, float pos, TModNoteNr& mod, std::string* error) const
+{
+    const CAbstractNotesConcretizer* c = ConcretizerForPropID(*this, id, error);
+    if (c)
+        mod = c->mConcretizeRangeModPosseds.GetModNoteNrPropIDAt(id, pos, error);
+    return c != nullptr;
 }
 
 bool CGenCharContext::SetModNoteNrPropIDAt(int id, float pos, const TModNoteNr& mod, std::string* error) const
 {
-    CAbstractNotesConcretizer* c = AbstractNoteConcretizer();
-    if (!c) {
-        if (error)
-            *error = "!luaContext->AbstractNoteConcretizerValid()";
-        return false;
-    }
-    if (id < 0 || id > 3) {
-        if (error)
-            *error = "propID " + std::to_string(id) + " out of range";
-        return false;
-    }
-    return c->mConcretizeRangeModPosseds.SetModNoteNrPropIDAt(id, pos, mod, error);
+    CAbstractNotesConcretizer* c = ConcretizerForPropID(*this, id, error);
+    return c && c->mConcretizeRangeModPosseds.SetModNoteNrPropIDAt(id, pos, mod, error);
 }
 
 bool CGenCharContext::GeneratorParams_GetFirstBarLengthSTTarget(float& length) const

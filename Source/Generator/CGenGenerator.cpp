@@ -95,9 +95,8 @@ bool CGenGenerator::_Generate_Pre_WithoutActnAndMemento(CGenGeneratorParams& par
     CGenInstLib* instLib = genreLib ? genreLib->FindInstLib(params.mInstType) : nullptr;
     if (!genreLib || !instLib)
         return false;
-    // Each generation starts from the default scale sets and ranges of the
-    // instrument; scripts change them for this generation only.
-    instLib->mConcretizer.mInstType = instLib->mInstType;
+    // Each generation starts from the default scale sets and the library's
+    // ranges; scripts change them for this generation only.
     instLib->mConcretizer.Reset();
 
     if (params.mEvsSignTime.empty())

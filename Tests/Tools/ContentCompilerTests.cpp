@@ -4,6 +4,7 @@
 // folder it writes.
 #include "content/ContentCompiler.h"
 #include "content/ContentError.h"
+#include "Tools/ContentTestSupport.h"
 
 #include "TestSupport/TempDir.h"
 
@@ -34,17 +35,13 @@ using zkgen::cli::BuildContentBundle;
 using zkgen::cli::CompileContent;
 using zkgen::cli::TContentError;
 
+using zkgtest::CompileError;
+using zkgtest::ManifestError;
+using zkgtest::WriteFile;
+
 namespace {
 
 namespace fs = std::filesystem;
-
-void WriteFile(const fs::path& root, const std::string& relative, const std::string& text)
-{
-    const fs::path file = root / relative;
-    fs::create_directories(file.parent_path());
-    std::ofstream out(file, std::ios::binary);
-    out << text;
-}
 
 std::string ReadBytes(const fs::path& file)
 {
@@ -87,25 +84,6 @@ std::vector<std::string> BuildLeftovers(const fs::path& folder)
             names.push_back(fs::relative(entry.path(), folder).string());
     }
     return names;
-}
-
-// The message of the first mistake in the sources at `dir`, or "no error".
-std::string CompileError(const fs::path& dir)
-{
-    CGenGenerator generator;
-    try {
-        CompileContent(dir.string(), generator);
-    } catch (const TContentError& e) {
-        return e.what();
-    }
-    return "no error";
-}
-
-std::string ManifestError(const std::string& manifest)
-{
-    zkgtest::TempDir dir("zkgen_cc");
-    WriteFile(dir.Path(), "library.toml", manifest);
-    return CompileError(dir.Path());
 }
 
 // A style file "s.toml" as the only source besides its manifest.

@@ -1,7 +1,8 @@
 // Pitched grids (bass, keys, guitar): rows of abstract notes whose sustain
-// cells give each note its length, a note group and note ranges for the
+// cells give each note its length and a note group for the
 // whole pattern, and every mistake with its line.
 #include "content/GridPatterns.h"
+#include "Tools/ContentTestSupport.h"
 
 #include <Generator/CGenEv.h>
 #include <Generator/CGenTypes.h>
@@ -17,7 +18,10 @@
 using zkgen::cli::ParseGridPatterns;
 using zkgen::cli::ParsePitchedGridPatterns;
 using zkgen::cli::TContentError;
+using zkgen::cli::ParseNoteRangeText;
 using zkgen::cli::TDrumMapAliases;
+
+using zkgtest::ExpectAbstractNote;
 
 namespace {
 
@@ -47,32 +51,14 @@ std::string DrumError(const std::string& text)
     return "no error";
 }
 
-void ExpectNote(const CGenEv& ev, float pos, float length, const std::string& note, int velocity)
-{
-    EXPECT_FLOAT_EQ(ev.mBeatPos, pos);
-    EXPECT_FLOAT_EQ(ev.mBeatLength, length);
-    EXPECT_EQ(ev.mMB0, st_NoteOn);
-    EXPECT_EQ(ev.mMB1, -1);
-    EXPECT_EQ(ev.mMB2, velocity);
-    EXPECT_EQ(ev.AbstractNoteConst().ToString(), note);
-}
-
-int64_t DictInt(const CGenEv& ev, const char* key)
-{
-    const TGenDict* dict = ev.DictionaryConst();
-    return dict != nullptr && dict->HasKey(key) ? dict->IntegerForKey(key) : -999;
-}
-
 } // namespace
 
-TEST(PitchedGrid, NotesLengthsVelocitiesGroupAndRanges)
+TEST(PitchedGrid, NotesLengthsVelocitiesAndGroup)
 {
     const std::vector<CGenPattern> patterns = Parse("pattern line\n"
                                                     "steps = 8\n"
                                                     "complexity = 60\n"
                                                     "group = 0\n"
-                                                    "range = E1-G3\n"
-                                                    "root-range = F1-E2\n"
                                                     "{1}       | X = = . x = . . |\n"
                                                     "{5}       | . . . x . . . . |\n"
                                                     "{n1[c-1]} | . . . . . . p = |\n");
@@ -83,10 +69,10 @@ TEST(PitchedGrid, NotesLengthsVelocitiesGroupAndRanges)
     EXPECT_FLOAT_EQ(p.mEvs.mLength, 4.0f);
     ASSERT_EQ(p.mEvs.size(), 4u);
     // A step is 4 / 8 = 0.5 beats; a note lasts its cell and its "=" cells.
-    ExpectNote(p.mEvs[0], 0.0f, 1.5f, "{1}", 105);      // step 0, X = = : 3 cells
-    ExpectNote(p.mEvs[1], 1.5f, 0.5f, "{5}", 80);       // step 3, x alone
-    ExpectNote(p.mEvs[2], 2.0f, 1.0f, "{1}", 80);       // step 4, x = : 2 cells
-    ExpectNote(p.mEvs[3], 3.0f, 1.0f, "{n1[c-1]}", 55); // step 6, p = : to the bar's end
+    ExpectAbstractNote(p.mEvs[0], 0.0f, 1.5f, "{1}", 105);      // step 0, X = = : 3 cells
+    ExpectAbstractNote(p.mEvs[1], 1.5f, 0.5f, "{5}", 80);       // step 3, x alone
+    ExpectAbstractNote(p.mEvs[2], 2.0f, 1.0f, "{1}", 80);       // step 4, x = : 2 cells
+    ExpectAbstractNote(p.mEvs[3], 3.0f, 1.0f, "{n1[c-1]}", 55); // step 6, p = : to the bar's end
     EXPECT_TRUE(p.mEvs.IsSortedByCompareEv());
 
     // The row's text read as the engine reads it: the next chord's root,
@@ -100,20 +86,14 @@ TEST(PitchedGrid, NotesLengthsVelocitiesGroupAndRanges)
     EXPECT_EQ(approach.mOffsets[0].mStepsType, TStepsType_Chromatic);
     EXPECT_EQ(p.mEvs[1].AbstractNoteConst().mDegree, TAbstractDegree__5);
 
-    // Every note: group 0, and the ranges with C4 = 60: E1 = 2 * 12 + 4 = 28,
-    // G3 = 4 * 12 + 7 = 55, F1 = 2 * 12 + 5 = 29, E2 = 3 * 12 + 4 = 40.
+    // Every note: group 0, and no properties (the ranges are the player's).
     for (const CGenEv& ev : p.mEvs) {
         EXPECT_EQ(ev.NoteGroupID(), 0);
-        ASSERT_NE(ev.DictionaryConst(), nullptr);
-        EXPECT_EQ(ev.DictionaryConst()->size(), 4u);
-        EXPECT_EQ(DictInt(ev, "ModMinNoteNrAbs"), 28);
-        EXPECT_EQ(DictInt(ev, "ModMaxNoteNrAbs"), 55);
-        EXPECT_EQ(DictInt(ev, "ModPatternRootMinNoteNrAbs"), 29);
-        EXPECT_EQ(DictInt(ev, "ModPatternRootMaxNoteNrAbs"), 40);
+        EXPECT_EQ(ev.DictionaryConst(), nullptr);
     }
 }
 
-TEST(PitchedGrid, DefaultsSustainAcrossBarsAndOtherRanges)
+TEST(PitchedGrid, DefaultsSustainAcrossBarsAndLiteralNotes)
 {
     const std::vector<CGenPattern> patterns = Parse("pattern plain\n"
                                                     "steps = 4\n"
@@ -122,23 +102,20 @@ TEST(PitchedGrid, DefaultsSustainAcrossBarsAndOtherRanges)
                                                     "\n"
                                                     "pattern sharp\n"
                                                     "steps = 4\n"
-                                                    "group = 255\n"
-                                                    "range = F#1-Bb2   # a sharp is no comment, this is\n"
+                                                    "group = 255   # a comment\n"
                                                     "{B} x = - x\n"
                                                     "pattern numbers like plain\n"
                                                     "pattern ends\n"
                                                     "steps = 4\n"
-                                                    "root-range = C-1 - G9\n"
-                                                    "range = 28-55\n"
                                                     "{M40}| ! = = = |\n");
     ASSERT_EQ(patterns.size(), 4u);
-    // No group given: none (255); no ranges: no dictionary. 4 steps of 1
+    // No group given: none (255); no properties. 4 steps of 1
     // beat; x and five "=" across the bar line make 6 beats.
     const CGenPattern& plain = patterns[0];
     EXPECT_FLOAT_EQ(plain.mEvs.mLength, 8.0f);
     ASSERT_EQ(plain.mEvs.size(), 2u);
-    ExpectNote(plain.mEvs[0], 0.0f, 6.0f, "{1[+1]}", 80);
-    ExpectNote(plain.mEvs[1], 7.0f, 1.0f, "{1[+1]}", 35); // step 7, g
+    ExpectAbstractNote(plain.mEvs[0], 0.0f, 6.0f, "{1[+1]}", 80);
+    ExpectAbstractNote(plain.mEvs[1], 7.0f, 1.0f, "{1[+1]}", 35); // step 7, g
     EXPECT_EQ(plain.mEvs[0].NoteGroupID(), CGenEv::kNoteGroupID_None);
     EXPECT_EQ(plain.mEvs[0].DictionaryConst(), nullptr);
     EXPECT_EQ(plain.mEvs[0].AbstractNoteConst().mOffsets.at(0).mOctaves, 1);
@@ -146,29 +123,19 @@ TEST(PitchedGrid, DefaultsSustainAcrossBarsAndOtherRanges)
     // Without bar lines the label is the first word; "-" rests like ".".
     const CGenPattern& sharp = patterns[1];
     ASSERT_EQ(sharp.mEvs.size(), 2u);
-    ExpectNote(sharp.mEvs[0], 0.0f, 2.0f, "{B}", 80);
-    ExpectNote(sharp.mEvs[1], 3.0f, 1.0f, "{B}", 80);
+    ExpectAbstractNote(sharp.mEvs[0], 0.0f, 2.0f, "{B}", 80);
+    ExpectAbstractNote(sharp.mEvs[1], 3.0f, 1.0f, "{B}", 80);
     EXPECT_EQ(sharp.mEvs[0].NoteGroupID(), 255);
-    // F#1 = 24 + 6 = 30, Bb2 = 36 + 10 = 46; no root range given.
-    EXPECT_EQ(DictInt(sharp.mEvs[0], "ModMinNoteNrAbs"), 30);
-    EXPECT_EQ(DictInt(sharp.mEvs[0], "ModMaxNoteNrAbs"), 46);
-    EXPECT_EQ(DictInt(sharp.mEvs[0], "ModPatternRootMinNoteNrAbs"), -999);
-    EXPECT_EQ(sharp.mEvs[0].DictionaryConst()->size(), 2u);
 
     // A copy keeps the notes and their lengths.
     EXPECT_EQ(patterns[2].mName, "numbers");
     ASSERT_EQ(patterns[2].mEvs.size(), 2u);
     EXPECT_FLOAT_EQ(patterns[2].mEvs[0].mBeatLength, 6.0f);
 
-    // C-1 = 0 and G9 = 10 * 12 + 7 = 127: the dash after the digit of "-1"
-    // splits; numbers stand for themselves. {M40} is the literal note 40.
+    // {M40} is the literal note 40.
     const CGenPattern& ends = patterns[3];
     ASSERT_EQ(ends.mEvs.size(), 1u);
-    ExpectNote(ends.mEvs[0], 0.0f, 4.0f, "{M40}", 125);
-    EXPECT_EQ(DictInt(ends.mEvs[0], "ModPatternRootMinNoteNrAbs"), 0);
-    EXPECT_EQ(DictInt(ends.mEvs[0], "ModPatternRootMaxNoteNrAbs"), 127);
-    EXPECT_EQ(DictInt(ends.mEvs[0], "ModMinNoteNrAbs"), 28);
-    EXPECT_EQ(DictInt(ends.mEvs[0], "ModMaxNoteNrAbs"), 55);
+    ExpectAbstractNote(ends.mEvs[0], 0.0f, 4.0f, "{M40}", 125);
     EXPECT_EQ(ends.mEvs[0].AbstractNoteConst().mDegree, TAbstractDegree_NoteNr);
     EXPECT_EQ(ends.mEvs[0].AbstractNoteConst().mNoteNrForDegreeNoteNr, 40);
 }
@@ -185,7 +152,7 @@ TEST(PitchedGrid, HeaderLinesWithBarLinesAndSharps)
     EXPECT_EQ(patterns[0].mInfo, "C#m | F#m = minor");
     ASSERT_EQ(patterns[0].mEvs.size(), 1u);
     // 2 steps a bar: 2 beats each.
-    ExpectNote(patterns[0].mEvs[0], 0.0f, 2.0f, "{5}", 80);
+    ExpectAbstractNote(patterns[0].mEvs[0], 0.0f, 2.0f, "{5}", 80);
 }
 
 TEST(PitchedGridErrors, NotesAndCells)
@@ -214,24 +181,45 @@ TEST(PitchedGridErrors, NotesAndCells)
     EXPECT_EQ(PitchedError("{1} | x . |\n"), "bass.grid:1: grid row before any pattern line");
 }
 
-TEST(PitchedGridErrors, GroupsAndRanges)
+TEST(PitchedGridErrors, Groups)
 {
     const std::string head = "pattern a\n"; // line 1
     EXPECT_EQ(PitchedError(head + "group = 256\n"), "bass.grid:2: group = 256 is no note group 0 to 255 (255: none)");
     EXPECT_EQ(PitchedError(head + "group = -1\n"), "bass.grid:2: group = -1 is no note group 0 to 255 (255: none)");
     EXPECT_EQ(PitchedError(head + "group = one\n"), "bass.grid:2: group = one is no note group 0 to 255 (255: none)");
     EXPECT_EQ(PitchedError(head + "group = 1\ngroup = 2\n"), "bass.grid:3: 'group' is given twice in pattern 'a'");
+    EXPECT_EQ(PitchedError(head + "bars = 1\n{1} | x . . . . . . . . . . . . . . . |\ngroup = 0\n"),
+        "bass.grid:4: header line 'group' after the grid rows of pattern 'a'");
+    // Ranges are the player's, in the manifest, not a pattern's.
+    EXPECT_EQ(PitchedError(head + "range = E1-G3\n"), "bass.grid:2: unknown header key 'range'");
+}
+
+// Note ranges as the manifest writes them: names with C4 = 60 or numbers.
+TEST(PitchedGridErrors, NoteRangeText)
+{
+    std::pair<int, int> r;
+    std::string error;
+    // E1 = 2 * 12 + 4 = 28, G3 = 4 * 12 + 7 = 55.
+    ASSERT_TRUE(ParseNoteRangeText("E1-G3", r, error)) << error;
+    EXPECT_EQ(r, std::make_pair(28, 55));
+    // F#1 = 24 + 6 = 30, Bb2 = 36 + 10 = 46.
+    ASSERT_TRUE(ParseNoteRangeText("F#1 - Bb2", r, error)) << error;
+    EXPECT_EQ(r, std::make_pair(30, 46));
+    // C-1 = 0 and G9 = 10 * 12 + 7 = 127: the dash after the digit of "-1" splits.
+    ASSERT_TRUE(ParseNoteRangeText("C-1 - G9", r, error)) << error;
+    EXPECT_EQ(r, std::make_pair(0, 127));
+    ASSERT_TRUE(ParseNoteRangeText("28-55", r, error)) << error;
+    EXPECT_EQ(r, std::make_pair(28, 55));
     const std::string names = " (want a name such as E1, F#2, Bb3 with C4 = 60, or a number 0 to 127)";
-    EXPECT_EQ(PitchedError(head + "range = H1-G3\n"), "bass.grid:2: unknown note 'H1' in range" + names);
-    EXPECT_EQ(PitchedError(head + "root-range = E1-G\n"), "bass.grid:2: unknown note 'G' in root-range" + names);
-    EXPECT_EQ(PitchedError(head + "range = 0-128\n"), "bass.grid:2: unknown note '128' in range" + names);
-    EXPECT_EQ(PitchedError(head + "range = G3-E1\n"), "bass.grid:2: range = G3-E1 runs downwards; give the lower note first");
-    EXPECT_EQ(PitchedError(head + "range = E1\n"),
-        "bass.grid:2: range = E1 is no note range (want LOW-HIGH, e.g. E1-G3 with C4 = 60)");
-    EXPECT_EQ(PitchedError(head + "range = E-G\n"),
-        "bass.grid:2: range = E-G is no note range (want LOW-HIGH, e.g. E1-G3 with C4 = 60)");
-    EXPECT_EQ(PitchedError(head + "bars = 1\n{1} | x . . . . . . . . . . . . . . . |\nrange = E1-G3\n"),
-        "bass.grid:4: header line 'range' after the grid rows of pattern 'a'");
+    const std::pair<const char*, std::string> bad[] = {{"H1-G3", "unknown note 'H1'" + names},
+        {"E1-G", "unknown note 'G'" + names}, {"0-128", "unknown note '128'" + names},
+        {"G3-E1", "'G3-E1' runs downwards; give the lower note first"},
+        {"E1", "'E1' is no note range (want LOW-HIGH, e.g. E1-G3 with C4 = 60)"},
+        {"E-G", "'E-G' is no note range (want LOW-HIGH, e.g. E1-G3 with C4 = 60)"}};
+    for (const auto& [text, message] : bad) {
+        EXPECT_FALSE(ParseNoteRangeText(text, r, error)) << text;
+        EXPECT_EQ(error, message);
+    }
 }
 
 TEST(PitchedGridErrors, DrumGridsKeepTheirOwnForm)
@@ -239,8 +227,6 @@ TEST(PitchedGridErrors, DrumGridsKeepTheirOwnForm)
     // The keys of pitched grids are no drum header keys, and "=" no drum cell.
     EXPECT_EQ(DrumError("pattern a\ngroup = 0\n"),
         "drums.grid:2: 'group' belongs to pitched grids (bass, keys, guitar), not to drums");
-    EXPECT_EQ(DrumError("pattern a\nrange = E1-G3\n"),
-        "drums.grid:2: 'range' belongs to pitched grids (bass, keys, guitar), not to drums");
     EXPECT_EQ(DrumError("pattern a\nsteps = 2\nkick | X = |\n"), "drums.grid:3: cell '=' is not one of . - g p x X !");
     EXPECT_EQ(DrumError("pattern a\nsteps = 2\n{1} | X . |\n"),
         "drums.grid:3: unknown kit piece or instrument path '{1}'");

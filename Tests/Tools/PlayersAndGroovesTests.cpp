@@ -4,6 +4,7 @@
 // with every mistake's line; and the demo library's bass player and grooves.
 #include "content/ContentCompiler.h"
 #include "content/ContentError.h"
+#include "Tools/ContentTestSupport.h"
 
 #include "TestSupport/TempDir.h"
 
@@ -28,34 +29,14 @@ using zkgen::cli::BuildContentBundle;
 using zkgen::cli::CompileContent;
 using zkgen::cli::TContentError;
 
+using zkgtest::CompileError;
+using zkgtest::ExpectAbstractNote;
+using zkgtest::ManifestError;
+using zkgtest::WriteFile;
+
 namespace {
 
 namespace fs = std::filesystem;
-
-void WriteFile(const fs::path& root, const std::string& relative, const std::string& text)
-{
-    const fs::path file = root / relative;
-    fs::create_directories(file.parent_path());
-    std::ofstream(file, std::ios::binary) << text;
-}
-
-std::string CompileError(const fs::path& dir)
-{
-    CGenGenerator generator;
-    try {
-        CompileContent(dir.string(), generator);
-    } catch (const TContentError& e) {
-        return e.what();
-    }
-    return "no error";
-}
-
-std::string ManifestError(const std::string& manifest)
-{
-    zkgtest::TempDir dir("zkgen_players");
-    WriteFile(dir.Path(), "library.toml", manifest);
-    return CompileError(dir.Path());
-}
 
 std::string MinimalStyle(const std::string& name, const std::string& id)
 {
@@ -74,14 +55,15 @@ const char* const kManifest = "genre = \"G\"\n"                            // 1
                               "accent-families = [\"bass/lines.grid\"]\n"  // 7
                               "fills = \"bass/fills.grid\"\n"              // 8
                               "styles = [\"bass/style.toml\"]\n"           // 9
-                              "\n"                                         // 10
-                              "[bass.phrases]\n"                           // 11
-                              "accent-families = \"bass/lines.phrases\"\n"; // 12
+                              "range = \"E1-G3\"\n"                         // 10
+                              "root-range = \"F1-E2\"\n"                    // 11
+                              "\n"                                         // 12
+                              "[bass.phrases]\n"                           // 13
+                              "accent-families = \"bass/lines.phrases\"\n"; // 14
 
 const char* const kLines = "pattern root.1\n"
                            "steps = 4\n"
                            "group = 0\n"
-                           "range = E1-G3\n"
                            "{1} | x = = . |\n"
                            "\n"
                            "pattern root.2\n"
@@ -98,16 +80,6 @@ void WriteBassLibrary(const fs::path& root)
     WriteFile(root, "bass/fills.grid", "pattern run\nsteps = 4\n{5} | X x x x |\n");
     WriteFile(root, "bass/lines.phrases", "root.1 root.2\n");
     WriteFile(root, "bass/style.toml", MinimalStyle("Bassist", "b-1"));
-}
-
-void ExpectAbstractNote(const CGenEv& ev, float pos, float length, const std::string& note, int velocity)
-{
-    EXPECT_FLOAT_EQ(ev.mBeatPos, pos);
-    EXPECT_FLOAT_EQ(ev.mBeatLength, length);
-    EXPECT_EQ(ev.mMB0, st_NoteOn);
-    EXPECT_EQ(ev.mMB1, -1);
-    EXPECT_EQ(ev.mMB2, velocity);
-    EXPECT_EQ(ev.AbstractNoteConst().ToString(), note);
 }
 
 // What WriteBassLibrary gives, compiled or read back from its bundle.
@@ -137,6 +109,14 @@ void ExpectBassLibrary(const CGenGenreLib& genre)
     ExpectAbstractNote(second.mEvs[0], 0.0f, 2.0f, "{1}", 80);
     ExpectAbstractNote(second.mEvs[1], 2.0f, 2.0f, "{n1[c-1]}", 55);
     EXPECT_EQ(second.mEvs[1].NoteGroupID(), 0);
+    // The player's ranges, which every generation starts from: E1 = 28,
+    // G3 = 55, F1 = 29, E2 = 40 (C4 = 60); the preference stays the bass's.
+    const TConcretizeRange& r = bass->mConcretizer.mDefaultConcretizeRange;
+    EXPECT_EQ(r.mMinNoteNr, 28);
+    EXPECT_EQ(r.mMaxNoteNr, 55);
+    EXPECT_EQ(r.mPatternRootMinNoteNr, 29);
+    EXPECT_EQ(r.mPatternRootMaxNoteNr, 40);
+    EXPECT_EQ(bass->mConcretizer.mConcretizeRange, r);
     // "root.1 root.2" repeats: each leads to the other, always.
     EXPECT_EQ(lines.EdgeCount(), 2u);
     const auto [edge, found] = lines.FindEdgeBetween(0, 1);
@@ -184,12 +164,17 @@ TEST(ContentPlayers, BassLibraryCompiled)
     CompileContent(dir.Path().string(), generator);
     ASSERT_EQ(generator.GenreLibs().size(), 1u);
     ExpectBassLibrary(generator.GenreLibs().front());
-    // The range reaches every note as event properties: E1 = 28, G3 = 55.
-    const CGenInstLib* bass = generator.GenreLibs().front().FindInstLib(TGenInstType_Bass);
-    const CGenEv& ev = bass->PatternGraph(TPatternGraphType_AccentFamily).PatternAtIx(0).mEvs[0];
-    ASSERT_NE(ev.DictionaryConst(), nullptr);
-    EXPECT_EQ(ev.DictionaryConst()->IntegerForKey("ModMinNoteNrAbs"), 28);
-    EXPECT_EQ(ev.DictionaryConst()->IntegerForKey("ModMaxNoteNrAbs"), 55);
+}
+
+// Ranges belong to the players of notes, and are note ranges.
+TEST(ContentPlayers, NoteRangesInTheManifest)
+{
+    EXPECT_EQ(ManifestError("[drums]\nrange = \"E1-G3\"\n"),
+        "library.toml:2: 'range' belongs to the players of notes (bass, keys, guitar), not to drums");
+    EXPECT_EQ(ManifestError("[bass]\nroot-range = \"E2-E1\"\n"),
+        "library.toml:2: root-range of bass: 'E2-E1' runs downwards; give the lower note first");
+    EXPECT_EQ(ManifestError("[keys]\nrange = \"C3\"\n"),
+        "library.toml:2: range of keys: 'C3' is no note range (want LOW-HIGH, e.g. E1-G3 with C4 = 60)");
 }
 
 TEST(ContentPlayers, BassLibraryThroughABundle)
@@ -420,6 +405,12 @@ TEST(ContentPlayers, DemoBassPlayerAndGrooves)
     ASSERT_NE(bass, nullptr);
     ASSERT_EQ(bass->mStyles.size(), 1u);
     EXPECT_EQ(bass->mStyles[0].UniqueID(), "zkgen-demo-bass-1");
+    // E1 = 28 to G3 = 55, roots F1 = 29 to E2 = 40 (C4 = 60).
+    const TConcretizeRange& r = bass->mConcretizer.mDefaultConcretizeRange;
+    EXPECT_EQ(r.mMinNoteNr, 28);
+    EXPECT_EQ(r.mMaxNoteNr, 55);
+    EXPECT_EQ(r.mPatternRootMinNoteNr, 29);
+    EXPECT_EQ(r.mPatternRootMaxNoteNr, 40);
     const CGenPatternGraphBoost& lines = bass->PatternGraph(TPatternGraphType_AccentFamily);
     // Nine four-bar phrases: 36 patterns, each leading to one next bar.
     ASSERT_EQ(lines.PatternCount(), 36u);
@@ -427,16 +418,13 @@ TEST(ContentPlayers, DemoBassPlayerAndGrooves)
     for (size_t i = 0; i < lines.PatternCount(); ++i) {
         const CGenPattern& p = lines.PatternAtIx(i);
         // Every line starts on the root on beat 1, so that the change is
-        // heard, and keeps all notes in group 0 within E1 to G3.
+        // heard, and keeps all notes in group 0.
         ASSERT_FALSE(p.mEvs.empty()) << p.mName;
         EXPECT_EQ(p.mEvs[0].mBeatPos, 0.0f) << p.mName;
         EXPECT_EQ(p.mEvs[0].AbstractNoteConst().ToString(), "{1}") << p.mName;
         EXPECT_FLOAT_EQ(p.mEvs.mLength, 4.0f) << p.mName;
         for (const CGenEv& ev : p.mEvs) {
             EXPECT_EQ(ev.NoteGroupID(), 0) << p.mName;
-            ASSERT_NE(ev.DictionaryConst(), nullptr) << p.mName;
-            EXPECT_EQ(ev.DictionaryConst()->IntegerForKey("ModMinNoteNrAbs"), 28) << p.mName;
-            EXPECT_EQ(ev.DictionaryConst()->IntegerForKey("ModMaxNoteNrAbs"), 55) << p.mName;
         }
     }
 

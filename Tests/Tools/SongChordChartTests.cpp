@@ -4,6 +4,8 @@
 // one line naming the section and the bar.
 #include "song/SongFile.h"
 
+#include <Generator/harmony/CChordHeavy.h>
+
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -29,7 +31,7 @@ TSongKey Key(const std::string& text)
     const std::optional<TSongKey> key = ParseKeyText(text, error);
     EXPECT_TRUE(key.has_value()) << text << ": " << error;
     EXPECT_EQ(error, "");
-    return key.value_or(TSongKey{"?", -1, false});
+    return key.value_or(TSongKey{"?", -1, false, {}});
 }
 
 std::string KeyError(const std::string& text)
@@ -116,11 +118,18 @@ TEST(SongKey, RootsAndModes)
     EXPECT_TRUE(Key("D min").mMinor);
     EXPECT_FALSE(Key("Eb Major").mMinor);
     EXPECT_EQ(Key("Eb Major").mRoot, 3);
+    // The modes too, spelled as written: D dorian has a minor third.
+    const TSongKey dorian = Key("D dorian");
+    EXPECT_EQ(dorian.mRoot, 2);
+    EXPECT_TRUE(dorian.mMinor);
+    EXPECT_EQ(dorian.mSignKey.SignKeyType(), TSignKeyType_Dorian);
+    EXPECT_EQ(Key("Bb mixolydian").mSignKey.Name(CChordNamePrefs()), "Bb mixolydian");
+    EXPECT_FALSE(Key("Bb mixolydian").mMinor);
 }
 
 TEST(SongKey, WhatIsNoKey)
 {
-    const std::string want = "' is not a key (want e.g. \"C\", \"Am\", \"F# major\", \"Bb minor\")";
+    const std::string want = "' is not a key (want e.g. \"C\", \"Am\", \"F# major\", \"Bb minor\", \"D dorian\")";
     EXPECT_EQ(KeyError("H"), "key 'H" + want);
     EXPECT_EQ(KeyError(""), "key '" + want);
     EXPECT_EQ(KeyError("Am7"), "key 'Am7" + want);
@@ -297,7 +306,7 @@ TEST(SongChords, MistakesNameSourceLineSectionAndBar)
     EXPECT_EQ(SongError(section("key = \"C\"\nchords = [\"C\"]\n")),
         "song.toml:5: chords of section 'Verse' must be text such as \"C | Am | F | G\"");
     EXPECT_EQ(SongError(section("key = \"H\"\n")),
-        "song.toml:4: key 'H' is not a key (want e.g. \"C\", \"Am\", \"F# major\", \"Bb minor\")");
+        "song.toml:4: key 'H' is not a key (want e.g. \"C\", \"Am\", \"F# major\", \"Bb minor\", \"D dorian\")");
     EXPECT_EQ(SongError("key = 5\n" + section("")), "song.toml:1: key must be text such as \"C\" or \"A minor\"");
     EXPECT_EQ(SongError(section("chord = \"C\"\n")),
         "song.toml:4: unknown key 'chord' in section 'Verse' (did you mean 'chords'?)");

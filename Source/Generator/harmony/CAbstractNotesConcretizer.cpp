@@ -55,7 +55,7 @@ struct CAbstractNotesConcretizer::TRun {
 void CAbstractNotesConcretizer::Reset()
 {
     InitDefaultAbstractScaleSets();
-    mConcretizeRange = TConcretizeRange::DefaultForInstType(mInstType);
+    mConcretizeRange = mDefaultConcretizeRange;
     mConcretizeRangeModPosseds.clear();
     mNoteGroupInfos.clear();
 }
@@ -102,17 +102,33 @@ int64_t CAbstractNotesConcretizer::FindInitialRootNoteWithoutRegardingNoteGroups
     return root < 0 ? root : RaiseLowerAndPreferInNoteRange(root, mConcretizeRange);
 }
 
+int64_t CAbstractNotesConcretizer::_ConcretizeNonGroupedAroundInitialRoot(const CAbstractNote& note,
+    const CHarmonicContext& ctx, const char* name) const
+{
+    const int64_t root = FindInitialRootNoteWithoutRegardingNoteGroups(ctx, note.mWhere);
+    if (root < 0)
+        return -1;
+    // The note around that root, free to go anywhere on the note scale.
+    const TMapWhereAndNoteGroupIDToRootNoteNr rootMap {{note.mWhere, {{CGenEv::kNoteGroupID_None, root}}}};
+    TConcretizeRange all;
+    all.mMinNoteNr = all.mPatternRootMinNoteNr = 0;
+    all.mMaxNoteNr = all.mPatternRootMaxNoteNr = 127;
+    all.mNotePrefer = mConcretizeRange.mNotePrefer;
+    return ConcretizeAbstractNote(note, ctx, all, all, &rootMap, -1, CGenEv::kNoteGroupID_None, kObeyConcretizeRange,
+        name);
+}
+
+namespace {
+
+bool Within(int64_t n, int64_t min, int64_t max) { return n >= 0 && n >= min && (max < 0 || n <= max); }
+
+} // namespace
+
 bool CAbstractNotesConcretizer::IsNonGroupedAbstractNoteInNoteRange(const CAbstractNote& note,
     const CHarmonicContext& ctx) const
 {
-    if (FindInitialRootNoteWithoutRegardingNoteGroups(ctx, note.mWhere) < 0)
-        return false;
-    TConcretizeRange all = mConcretizeRange;
-    all.mMinNoteNr = 0;
-    all.mMaxNoteNr = 127;
-    const int64_t n = ConcretizeAbstractNote(note, ctx, all, all, nullptr, -1, CGenEv::kNoteGroupID_None,
-        kObeyConcretizeRange, "IsNonGroupedAbstractNoteInNoteRange");
-    return n >= 0 && n >= mConcretizeRange.mMinNoteNr && (mConcretizeRange.mMaxNoteNr < 0 || n <= mConcretizeRange.mMaxNoteNr);
+    return Within(_ConcretizeNonGroupedAroundInitialRoot(note, ctx, "IsNonGroupedAbstractNoteInNoteRange"),
+        mConcretizeRange.mMinNoteNr, mConcretizeRange.mMaxNoteNr);
 }
 
 bool CAbstractNotesConcretizer::IsNonGroupedAbstractNoteInNoteRange(float pos, const CAbstractNote& note,
@@ -126,15 +142,8 @@ bool CAbstractNotesConcretizer::IsNonGroupedAbstractNoteInNoteRange(float pos, c
 bool CAbstractNotesConcretizer::IsNonGroupedAbstractNoteInPatternRootNoteRange(const CAbstractNote& note,
     const CHarmonicContext& ctx) const
 {
-    if (FindInitialRootNoteWithoutRegardingNoteGroups(ctx, note.mWhere) < 0)
-        return false;
-    TConcretizeRange all = mConcretizeRange;
-    all.mMinNoteNr = 0;
-    all.mMaxNoteNr = 127;
-    const int64_t n = ConcretizeAbstractNote(note, ctx, all, all, nullptr, -1, CGenEv::kNoteGroupID_None,
-        kObeyConcretizeRange, "IsNonGroupedAbstractNoteInPatternRootNoteRange");
-    return n >= 0 && n >= mConcretizeRange.mPatternRootMinNoteNr
-        && (mConcretizeRange.mPatternRootMaxNoteNr < 0 || n <= mConcretizeRange.mPatternRootMaxNoteNr);
+    return Within(_ConcretizeNonGroupedAroundInitialRoot(note, ctx, "IsNonGroupedAbstractNoteInPatternRootNoteRange"),
+        mConcretizeRange.mPatternRootMinNoteNr, mConcretizeRange.mPatternRootMaxNoteNr);
 }
 
 bool CAbstractNotesConcretizer::_ShouldBeConcretized(const CGenEv& ev, const CHarmonicContext& ctx) const

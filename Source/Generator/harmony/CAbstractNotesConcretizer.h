@@ -26,20 +26,23 @@ public:
     enum TBehaviorForAbstractNotes : int { TBehaviorForAbstractNotes_Concretize = 0, TBehaviorForAbstractNotes_Skip = 2 };
 
     CAbstractScaleSets mAbstractScaleSets;
+    // The ranges Reset restores: the instrument type's, or a library's own.
+    TConcretizeRange mDefaultConcretizeRange;
     TConcretizeRange mConcretizeRange;
     CNoteGroupInfos mNoteGroupInfos;
     TConcretizeRangeModPosseds mConcretizeRangeModPosseds;
     int mBehaviorForChordUndef = 0;
     int mBehaviorForAbstractNotes = 0;
     TObeyConcretizeRange mObeyConcretizeRange = kObeyConcretizeRange;
-    // The instrument type whose default ranges Reset restores.
-    int mInstType = -1;
 
-    CAbstractNotesConcretizer() { Reset(); }
-    explicit CAbstractNotesConcretizer(int instType) : mInstType(instType) { Reset(); }
+    explicit CAbstractNotesConcretizer(int instType = -1)
+        : mDefaultConcretizeRange(TConcretizeRange::DefaultForInstType(instType))
+    {
+        Reset();
+    }
 
-    // The default abstract scale sets, the instrument's default ranges, no
-    // range modifications, no note-group infos.
+    // The default abstract scale sets, the default ranges, no range
+    // modifications, no note-group infos.
     void Reset();
     // Sets 0..9: 0 the chord's diatonic scale; 1 the chord's pentatonic
     // (major over a major third, minor over a minor third); 2 the harmonic
@@ -82,6 +85,10 @@ public:
 
 private:
     struct TRun;
+    // A note around the initial root of its where, with the whole note
+    // scale as its range; -1 without a current chord.
+    int64_t _ConcretizeNonGroupedAroundInitialRoot(const CAbstractNote& note, const CHarmonicContext& ctx,
+        const char* name) const;
     bool _ShouldBeConcretized(const CGenEv& ev, const CHarmonicContext& ctx) const;
     TConcretizeRange _ModifyRangeFromRangeModsAndEvDictionary(const TConcretizeRange& range, const CGenEv& ev,
         float pos) const;

@@ -1,5 +1,7 @@
 #include "Generator/harmony/CChordHeavy.h"
 
+#include "Platform/ZKStrings.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -198,15 +200,6 @@ std::string SuffixForIntervals(uint32_t intervals, const CChordNamePrefs& prefs)
     return best;
 }
 
-std::string Trimmed(const std::string& text)
-{
-    size_t b = 0, e = text.size();
-    while (b < e && (text[b] == ' ' || text[b] == '\t'))
-        ++b;
-    while (e > b && (text[e - 1] == ' ' || text[e - 1] == '\t'))
-        --e;
-    return text.substr(b, e - b);
-}
 
 } // namespace
 
@@ -374,27 +367,10 @@ long CChordHeavy::QuantizeToBasicChord(long noteNr, TQuantizeDirection direction
     if (IsUndef() || noteNr < 0)
         return -1;
     const CSemitones triad = BasicTriad(BasicChord(), Semitones());
-    auto inTriad = [&](long n) { return n >= 0 && triad.HasIntvl(static_cast<int>(n - mRoot.mKeyNr)); };
-    if (inTriad(noteNr))
-        return noteNr;
-    long up = noteNr, down = noteNr;
-    while (!inTriad(up))
-        ++up;
-    while (down >= 0 && !inTriad(down))
-        --down;
-    if (down < 0)
-        return up;
-    switch (direction) {
-    case TQuantizeDirection_Down:
-        return down;
-    case TQuantizeDirection_Up:
-        return up;
-    case TQuantizeDirection_Nearest:
-        return up - noteNr < noteNr - down ? up : down;
-    case TQuantizeDirection_NearestPreferUp:
-        return up - noteNr <= noteNr - down ? up : down;
-    }
-    return down;
+    const TNeighbourNotes near =
+        NeighbourNotesWithKey(noteNr, [&](int key) { return triad.HasIntvl(key - mRoot.mKeyNr); });
+    // Below the lowest note there is only the one above.
+    return near.mBelow < 0 ? near.mAbove : PickNeighbour(noteNr, near, direction);
 }
 
 CScaleHeavy CChordHeavy::OwnScale() const
@@ -624,7 +600,7 @@ void CChordHeavy::SetHarmChord(const CHarmAnlsChord& chord)
 
 bool SetFromString(const std::string& textIn, CChordHeavy& chord, const CChordNamePrefs& /*prefs*/)
 {
-    const std::string text = Trimmed(textIn);
+    const std::string text(ZKTrimWhitespace(textIn));
     if (text == "N.C." || text == "NC" || text == "N.C" || text == "nc") {
         chord = CChordHeavy();
         chord.mNoChord = TNoChord_Force;

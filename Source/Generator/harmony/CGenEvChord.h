@@ -29,6 +29,12 @@ public:
             && mRootNoteSpecified == o.mRootNoteSpecified;
     }
 
+    // The scale over the chord: the one stated with it, else its scale in the key.
+    CScaleHeavy ScaleInSignKey(const CSignKeyHeavy& key) const
+    {
+        return !mScale.IsUndef() ? mScale : mChord.ConstructScaleInSignKey(key);
+    }
+
     void SetHarmChord(const CHarmAnlsChord& chord) { mChord.SetHarmChord(chord); }
     CHarmAnlsChord HarmChord() const { return mChord.HarmChord(); }
 

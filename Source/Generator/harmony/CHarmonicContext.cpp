@@ -66,7 +66,7 @@ void CHarmonicContext::FillFromEvsChordAndSignKeyAndSignTime(const CGenEvsChord&
         slot.mChord = ev.mChord;
         const CSignKeyHeavy& key = evsSignKey.FindEvSignKeyValidAt(ev.mBeatPosAbs).mSignKey;
         slot.mSignKey = CSignKeyNoEnh(CSignKeyLite(key));
-        slot.mScale = !ev.mScale.IsUndef() ? ev.mScale : ev.mChord.ConstructScaleInSignKey(key);
+        slot.mScale = ev.ScaleInSignKey(key);
     });
     // Without a chord in force the current slot plays in the key's scale.
     if (mChords[kCurrent].mChord.IsUndef() && GenIsDef(pos)) {
@@ -203,12 +203,10 @@ CSignKeyHeavy SignKeyAt(float pos, const CGenCharContext& cc)
     return ev ? ev->mSignKey : CSignKeyHeavy();
 }
 
+// The scale of the chord in force; undefined without one.
 CScaleHeavy ChordScaleAt(float pos, const CGenCharContext& cc)
 {
-    const CGenEvChord* ev = cc.FindEvChordValidAt(pos);
-    if (!ev || ev->IsUndef())
-        return CScaleHeavy();
-    return !ev->mScale.IsUndef() ? ev->mScale : ev->mChord.ConstructScaleInSignKey(SignKeyAt(pos, cc));
+    return ChordAt(pos, cc) ? cc.FindEvScaleValidAt(pos) : CScaleHeavy();
 }
 
 int Or15(int key) { return KeyNrIsDef(key) ? key : kKeyNrUndef15; }

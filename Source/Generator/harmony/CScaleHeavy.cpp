@@ -65,6 +65,21 @@ int FloorDiv(int a, int b) { return a >= 0 ? a / b : -((-a + b - 1) / b); }
 
 } // namespace
 
+long PickNeighbour(long note, const TNeighbourNotes& n, TQuantizeDirection direction)
+{
+    switch (direction) {
+    case TQuantizeDirection_Up:
+        return n.mAbove;
+    case TQuantizeDirection_Nearest:
+        return n.mAbove - note < note - n.mBelow ? n.mAbove : n.mBelow;
+    case TQuantizeDirection_NearestPreferUp:
+        return n.mAbove - note <= note - n.mBelow ? n.mAbove : n.mBelow;
+    case TQuantizeDirection_Down:
+    default:
+        return n.mBelow;
+    }
+}
+
 const char* ScaleTypeName(TScaleType type)
 {
     if (type < 0 || type >= TScaleType_Count)
@@ -164,21 +179,17 @@ long CScaleHeavy::MoveInScale(long noteNr, int degreeSteps, bool obeyRange) cons
     long n = noteNr;
     int steps = degreeSteps;
     if (NoteNrToDegreeNr(n) < 0) {
-        // The first step, or a zero move, reaches the nearest scale note.
-        long up = n, down = n;
-        while (KeyNrToDegreeNr(KeyNrWrapped(up)) < 0)
-            ++up;
-        // May go below 0; obeyRange brings the result back.
-        while (KeyNrToDegreeNr(KeyNrWrapped(down)) < 0)
-            --down;
+        // The first step, or a zero move, reaches the nearest scale note; it
+        // may lie below 0, which obeyRange brings back.
+        const TNeighbourNotes near = NeighbourNotesWithKey(n, [this](int key) { return KeyNrToDegreeNr(key) >= 0; });
         if (steps > 0) {
-            n = up;
+            n = near.mAbove;
             --steps;
         } else if (steps < 0) {
-            n = down;
+            n = near.mBelow;
             ++steps;
         } else {
-            n = (up - n < n - down) ? up : down;
+            n = PickNeighbour(n, near, TQuantizeDirection_Nearest);
         }
     }
     const auto& offsets = mActiveScaleData.mDegreeToRootOffsetIntvlArray;
@@ -203,28 +214,12 @@ CNote CScaleHeavy::NoteQuantizeToScaleNote(const CNote& note, TQuantizeToScaleDi
         return CNote();
     if (NoteToDegreeNr(note) >= 0)
         return note;
-    long up = note.mNoteNr, down = note.mNoteNr;
-    while (NoteNrToDegreeNr(up) < 0)
-        ++up;
-    while (down > 0 && NoteNrToDegreeNr(down) < 0)
-        --down;
-    if (NoteNrToDegreeNr(down) < 0)
-        down = up;
-    long result = down;
-    switch (direction) {
-    case TQuantizeDirection_Down:
-        result = down;
-        break;
-    case TQuantizeDirection_Up:
-        result = up;
-        break;
-    case TQuantizeDirection_Nearest:
-        result = (up - note.mNoteNr < note.mNoteNr - down) ? up : down;
-        break;
-    case TQuantizeDirection_NearestPreferUp:
-        result = (up - note.mNoteNr <= note.mNoteNr - down) ? up : down;
-        break;
-    }
+    TNeighbourNotes near = NeighbourNotesWithKey(static_cast<long>(note.mNoteNr),
+        [this](int key) { return KeyNrToDegreeNr(key) >= 0; });
+    // Below the lowest note there is only the one above.
+    if (near.mBelow < 0)
+        near.mBelow = near.mAbove;
+    const long result = PickNeighbour(static_cast<long>(note.mNoteNr), near, direction);
     const int key = KeyNrWrapped(result);
     return CNote(result, MakeSensefulEnhForKeyNr(key, note.mEnh, TMakeSensefulEnh_Keep));
 }

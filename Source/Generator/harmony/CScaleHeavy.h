@@ -54,6 +54,26 @@ enum TQuantizeDirection : int {
     TQuantizeDirection_NearestPreferUp = 3,
 };
 
+// The nearest notes at or below and at or above a note whose key `isKey`
+// accepts (the note itself when it is one); the one below may be negative.
+// A set that accepts no key gives the note itself on both sides.
+struct TNeighbourNotes {
+    long mBelow;
+    long mAbove;
+};
+template <class TIsKey>
+TNeighbourNotes NeighbourNotesWithKey(long note, TIsKey isKey)
+{
+    TNeighbourNotes n {note, note};
+    for (int i = 0; i < 12 && !isKey(KeyNrWrapped(n.mAbove)); ++i)
+        ++n.mAbove;
+    for (int i = 0; i < 12 && !isKey(KeyNrWrapped(n.mBelow)); ++i)
+        --n.mBelow;
+    return isKey(KeyNrWrapped(n.mAbove)) ? n : TNeighbourNotes {note, note};
+}
+// The neighbour the direction asks for.
+long PickNeighbour(long note, const TNeighbourNotes& n, TQuantizeDirection direction);
+
 // One scale's definition: the intervals of its degrees above the root.
 struct TScaleData {
     TScaleType type = TScaleType_Undef;

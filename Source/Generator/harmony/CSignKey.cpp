@@ -1,6 +1,7 @@
 #include "Generator/harmony/CSignKey.h"
 
 #include "Generator/harmony/CChordHeavy.h"
+#include "Platform/ZKStrings.h"
 
 #include <cctype>
 #include <sstream>
@@ -70,18 +71,12 @@ std::string CSignKeyHeavy::TraceForInitializerList() const
 
 CSignKeyHeavy SignKeyFromString(const std::string& text)
 {
-    size_t b = 0, e = text.size();
-    while (b < e && std::isspace(static_cast<unsigned char>(text[b])))
-        ++b;
-    while (e > b && std::isspace(static_cast<unsigned char>(text[e - 1])))
-        --e;
+    const std::string trimmed(ZKTrimWhitespace(text));
     size_t used = 0;
-    const CKeyEnh root = KeyEnhFromString(text.substr(b, e - b), &used);
+    const CKeyEnh root = KeyEnhFromString(trimmed, &used);
     if (root.IsUndef())
         return CSignKeyHeavy();
-    std::string rest = text.substr(b + used, e - b - used);
-    while (!rest.empty() && std::isspace(static_cast<unsigned char>(rest.front())))
-        rest.erase(0, 1);
+    const std::string rest(ZKTrimWhitespace(std::string_view(trimmed).substr(used)));
     std::string lower;
     for (char c : rest)
         lower += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));

@@ -22,13 +22,14 @@ class CGenClaveLibs;
 //
 // The graphs live in a fixed array in the order of the layers
 // (AccentFamily, AccentAddon, System, Fill, Percussion) and are archived
-// under their own names. The note concretizer works out the abstract notes of
-// bass, keys and guitar; each generation resets it, so it is not archived.
+// under their own names.
 class CGenInstLib {
 public:
     explicit CGenInstLib(_TGenInstType type = TGenInstType_Drums);
 
     _TGenInstType mInstType = TGenInstType_Drums;
+    // Works out abstract notes; its default ranges are content and archived,
+    // all else is reset by every generation.
     CAbstractNotesConcretizer mConcretizer;
     std::array<CGenPatternGraphBoost, 5> mPatternGraphs;
     CGenStyles mStyles;
@@ -76,7 +77,8 @@ public:
     // Prefix, the type's number, a blank, its name and a blank, then each graph.
     bool CheckContentSanity(const std::string& prefix, std::string& text) const;
 
-    // Version 1 dropped "dummyFills"; version 2 added "mInstTree".
+    // Version 1 dropped "dummyFills"; version 2 added "mInstTree"; version 3
+    // the concretizer's default ranges (older archives take the instrument's).
     template <class Archive>
     void save(Archive& ar, const unsigned int /*version*/) const
     {
@@ -95,8 +97,9 @@ public:
         ar& make_nvp("mHasInstTree", hasTree);
         if (hasTree)
             ar& make_nvp("mInstTree", *mInstTree);
+        ar& make_nvp("mDefaultConcretizeRange", mConcretizer.mDefaultConcretizeRange);
     }
-    static constexpr unsigned int kClassVersion = 2;
+    static constexpr unsigned int kClassVersion = 3;
     template <class Archive>
     void load(Archive& ar, const unsigned int version)
     {
@@ -129,6 +132,15 @@ public:
             } else {
                 mInstTree.reset();
             }
+        }
+        mConcretizer = CAbstractNotesConcretizer(mInstType);
+        if (version >= 3) {
+            TConcretizeRange& r = mConcretizer.mDefaultConcretizeRange;
+            ar& make_nvp("mDefaultConcretizeRange", r);
+            for (const int64_t limit : {r.mMinNoteNr, r.mMaxNoteNr, r.mPatternRootMinNoteNr, r.mPatternRootMaxNoteNr})
+                zkgen::CheckArchiveRange(limit, -1, 127, "a concretize range's note");
+            zkgen::CheckArchiveRange(r.mNotePrefer, 0, 4, "a concretize range's note preference");
+            mConcretizer.Reset();
         }
         _FixLayerTypes();
         InitSignTimeTrafosForThisInstType();

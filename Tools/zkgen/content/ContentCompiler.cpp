@@ -183,12 +183,13 @@ private:
     // One player's table: its layers' grids, their phrases and its styles.
     void InstLib(CGenInstLib& lib, const std::string& name, const toml::table& t, const TDrumMapAliases& aliases)
     {
-        std::set<std::string> known = {"styles", "phrases"};
+        std::set<std::string> known = {"styles", "phrases", "range", "root-range"};
         for (const TLayer& layer : kLayers)
             known.insert(layer.mKey);
         std::string unknown;
         if (const toml::node* v = FirstUnknownKey(t, known, unknown))
             Fail(*v, "unknown key '" + unknown + "' in " + name);
+        NoteRanges(lib, name, t);
 
         for (const TLayer& layer : kLayers) {
             const toml::node* n = t.get(layer.mKey);
@@ -231,6 +232,30 @@ private:
                 lib.mStyles.push_back(std::move(style));
             }
         }
+    }
+
+    // A player's note ranges: its notes', and its patterns' roots'. They are
+    // the concretizer's defaults, which every generation starts from.
+    void NoteRanges(CGenInstLib& lib, const std::string& name, const toml::table& t) const
+    {
+        TConcretizeRange& ranges = lib.mConcretizer.mDefaultConcretizeRange;
+        const std::pair<const char*, std::pair<int64_t*, int64_t*>> keys[] = {
+            {"range", {&ranges.mMinNoteNr, &ranges.mMaxNoteNr}},
+            {"root-range", {&ranges.mPatternRootMinNoteNr, &ranges.mPatternRootMaxNoteNr}}};
+        for (const auto& [key, limits] : keys) {
+            const toml::node* n = t.get(key);
+            if (!n)
+                continue;
+            if (lib.mInstType == TGenInstType_Drums)
+                Fail(*n, std::string("'") + key + "' belongs to the players of notes (bass, keys, guitar), not to drums");
+            std::pair<int, int> range;
+            std::string error;
+            if (!ParseNoteRangeText(Text(*n, std::string(name) + "." + key), range, error))
+                Fail(*n, std::string(key) + " of " + name + ": " + error);
+            *limits.first = range.first;
+            *limits.second = range.second;
+        }
+        lib.mConcretizer.Reset();
     }
 
     fs::path mRoot;

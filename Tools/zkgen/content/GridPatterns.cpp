@@ -121,21 +121,14 @@ std::string NumberText(double v)
 enum class TGridKind { Drums, Pitched };
 
 enum class THeaderKey {
-    Time, Steps, Bars, Beats, Complexity, Intensity, Tempo, Rating, Target, Overlay, Info, Group, Range, RootRange
+    Time, Steps, Bars, Beats, Complexity, Intensity, Tempo, Rating, Target, Overlay, Info, Group
 };
 
 const std::pair<const char*, THeaderKey> kHeaderKeys[] = {{"time", THeaderKey::Time}, {"steps", THeaderKey::Steps},
     {"bars", THeaderKey::Bars}, {"beats", THeaderKey::Beats}, {"complexity", THeaderKey::Complexity},
     {"intensity", THeaderKey::Intensity}, {"tempo", THeaderKey::Tempo}, {"rating", THeaderKey::Rating},
     {"target", THeaderKey::Target}, {"overlay", THeaderKey::Overlay}, {"info", THeaderKey::Info},
-    {"group", THeaderKey::Group}, {"range", THeaderKey::Range}, {"root-range", THeaderKey::RootRange}};
-
-// The event dictionary keys through which a pattern narrows the concretizer's
-// note ranges, as absolute note numbers.
-const char* const kModMinNoteNrAbs = "ModMinNoteNrAbs";
-const char* const kModMaxNoteNrAbs = "ModMaxNoteNrAbs";
-const char* const kModPatternRootMinNoteNrAbs = "ModPatternRootMinNoteNrAbs";
-const char* const kModPatternRootMaxNoteNrAbs = "ModPatternRootMaxNoteNrAbs";
+    {"group", THeaderKey::Group}};
 
 std::optional<THeaderKey> FindHeaderKey(const std::string& key)
 {
@@ -176,7 +169,6 @@ struct TGridRow {
     std::vector<int> mLengths;
 };
 
-using TNoteRange = std::pair<int, int>;
 
 // One pattern while its lines are read.
 struct TGridPatternDraft {
@@ -199,8 +191,6 @@ struct TGridPatternDraft {
     bool mOverlayPerc = false;
     std::string mInfo;
     uint8_t mGroup = CGenEv::kNoteGroupID_None;
-    std::optional<TNoteRange> mRange;
-    std::optional<TNoteRange> mRootRange;
     std::vector<TGridRow> mRows;
     // Cells every row holds; fixed by the first row when neither bars nor
     // beats give it.
@@ -315,8 +305,7 @@ private:
                     + "'");
         if (!d.mGiven.insert(*k).second)
             Fail(line.mNumber, std::string("'") + key + "' is given twice in pattern '" + d.mName + "'");
-        const bool pitchedKey = *k == THeaderKey::Group || *k == THeaderKey::Range || *k == THeaderKey::RootRange;
-        if (pitchedKey && mKind != TGridKind::Pitched)
+        if (*k == THeaderKey::Group && mKind != TGridKind::Pitched)
             Fail(line.mNumber, std::string("'") + key + "' belongs to pitched grids (bass, keys, guitar), not to drums");
         switch (*k) {
         case THeaderKey::Time: d.mSignTime = ParseSignTime(line.mNumber, value); break;
@@ -366,8 +355,6 @@ private:
             d.mGroup = static_cast<uint8_t>(group);
             break;
         }
-        case THeaderKey::Range: d.mRange = ParseNoteRange(line.mNumber, key, value); break;
-        case THeaderKey::RootRange: d.mRootRange = ParseNoteRange(line.mNumber, key, value); break;
         }
     }
 
@@ -531,14 +518,6 @@ private:
             return CGenEv(pos, length, st_NoteOn, row.mMB1, row.mVelocities[step]);
         CGenEv ev(pos, length, row.mNote, d.mGroup);
         ev.mMB2 = row.mVelocities[step];
-        if (d.mRange) {
-            ev.Dictionary().SetValueForKey(static_cast<int64_t>(d.mRange->first), kModMinNoteNrAbs);
-            ev.Dictionary().SetValueForKey(static_cast<int64_t>(d.mRange->second), kModMaxNoteNrAbs);
-        }
-        if (d.mRootRange) {
-            ev.Dictionary().SetValueForKey(static_cast<int64_t>(d.mRootRange->first), kModPatternRootMinNoteNrAbs);
-            ev.Dictionary().SetValueForKey(static_cast<int64_t>(d.mRootRange->second), kModPatternRootMaxNoteNrAbs);
-        }
         return ev;
     }
 
@@ -553,35 +532,6 @@ private:
         if (note.ToString() != text)
             Fail(line, std::string("malformed abstract note '") + text + "': it reads as " + note.ToString());
         return note;
-    }
-
-    // "E1-G3" (C4 is 60) or note numbers "28-55", lowest first.
-    TNoteRange ParseNoteRange(int line, const std::string& key, const std::string& value) const
-    {
-        // The dash between the notes follows a digit (blanks between them
-        // aside); one after a letter is the sign of an octave ("C-1").
-        size_t dash = std::string::npos;
-        for (size_t i = 1; i < value.size() && dash == std::string::npos; ++i) {
-            size_t before = i;
-            while (before > 0 && IsBlank(value[before - 1]))
-                --before;
-            if (value[i] == '-' && before > 0 && std::isdigit(static_cast<unsigned char>(value[before - 1])))
-                dash = i;
-        }
-        if (dash == std::string::npos)
-            Fail(line, key + " = " + value + " is no note range (want LOW-HIGH, e.g. E1-G3 with C4 = 60)");
-        TNoteRange range;
-        const std::pair<std::string, int*> ends[] = {{Trim(value.substr(0, dash)), &range.first},
-            {Trim(value.substr(dash + 1)), &range.second}};
-        for (const auto& [name, nr] : ends) {
-            *nr = CGenEv::NoteNrFromNoteName(name, TShowNoteAs_NameC4);
-            if (*nr < 0)
-                Fail(line, std::string("unknown note '") + name + "' in " + key
-                        + " (want a name such as E1, F#2, Bb3 with C4 = 60, or a number 0 to 127)");
-        }
-        if (range.first > range.second)
-            Fail(line, key + " = " + value + " runs downwards; give the lower note first");
-        return range;
     }
 
     CGenSignTime ParseSignTime(int line, const std::string& value) const
@@ -790,6 +740,38 @@ void TrainEdgesFromPhrases(const std::string& text, const std::string& fileName,
 
     for (const auto& [ends, edge] : edges)
         graph.AddEdge(static_cast<size_t>(ends.first), static_cast<size_t>(ends.second), edge);
+}
+
+bool ParseNoteRangeText(const std::string& value, std::pair<int, int>& range, std::string& error)
+{
+    // The dash between the notes follows a digit (blanks between them
+    // aside); one after a letter is the sign of an octave ("C-1").
+    size_t dash = std::string::npos;
+    for (size_t i = 1; i < value.size() && dash == std::string::npos; ++i) {
+        size_t before = i;
+        while (before > 0 && IsBlank(value[before - 1]))
+            --before;
+        if (value[i] == '-' && before > 0 && std::isdigit(static_cast<unsigned char>(value[before - 1])))
+            dash = i;
+    }
+    if (dash == std::string::npos) {
+        error = "'" + value + "' is no note range (want LOW-HIGH, e.g. E1-G3 with C4 = 60)";
+        return false;
+    }
+    const std::pair<std::string, int*> ends[] = {{Trim(value.substr(0, dash)), &range.first},
+        {Trim(value.substr(dash + 1)), &range.second}};
+    for (const auto& [name, nr] : ends) {
+        *nr = CGenEv::NoteNrFromNoteName(name, TShowNoteAs_NameC4);
+        if (*nr < 0) {
+            error = "unknown note '" + name + "' (want a name such as E1, F#2, Bb3 with C4 = 60, or a number 0 to 127)";
+            return false;
+        }
+    }
+    if (range.first > range.second) {
+        error = "'" + value + "' runs downwards; give the lower note first";
+        return false;
+    }
+    return true;
 }
 
 } // namespace zkgen::cli

@@ -37,10 +37,6 @@
 //   steps = 8
 //   group = 0             # note group of all notes (shared root and octave);
 //                         # 255 or none given: no group
-//   range = E1-G3         # optional: the notes' range ("ModMin/MaxNoteNrAbs")
-//   root-range = E1-D#2   # optional: the root's range ("ModPatternRootMin/
-//                         # MaxNoteNrAbs"); both as note names with C4 = 60
-//                         # (E1 = 28, the low string of a bass) or numbers
 //   {1}       | X = = = | . . . . |     # a half note on the root
 //   {5}       | . . . . | x = . . |     # a quarter note on the fifth
 //   {n1[c-1]} | . . . . | . . . p |     # an eighth a semitone below the
@@ -91,5 +87,9 @@ std::vector<CGenPattern> ParsePitchedGridPatterns(const std::string& text, const
 // are already in place. Throws TContentError for an unknown pattern name or
 // a phrase of fewer than one pattern.
 void TrainEdgesFromPhrases(const std::string& text, const std::string& fileName, CGenPatternGraphBoost& graph);
+
+// "E1-G3" (note names with C4 = 60, so E1 = 28) or "28-55", lowest first.
+// False with `error` saying what is wrong.
+bool ParseNoteRangeText(const std::string& value, std::pair<int, int>& range, std::string& error);
 
 } // namespace zkgen::cli

@@ -510,30 +510,22 @@ std::optional<TSongTimeSignature> ParseTimeSignatureText(const std::string& text
 std::optional<TSongKey> ParseKeyText(const std::string& text, std::string& error)
 {
     const std::string shown = Trimmed(text);
-    error = std::string("key '") + shown + "' is not a key (want e.g. \"C\", \"Am\", \"F# major\", \"Bb minor\")";
-    static const int kNaturals[] = {9, 11, 0, 2, 4, 5, 7}; // A to G
-    if (shown.empty())
-        return std::nullopt;
-    const char letter = static_cast<char>(std::toupper(static_cast<unsigned char>(shown[0])));
-    if (letter < 'A' || letter > 'G')
-        return std::nullopt;
+    error = std::string("key '") + shown
+        + "' is not a key (want e.g. \"C\", \"Am\", \"F# major\", \"Bb minor\", \"D dorian\")";
+    // The engine reads keys with an upper-case letter; a song may write "bbm".
+    std::string upper = shown;
+    if (!upper.empty())
+        upper[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(upper[0])));
     TSongKey key;
-    key.mText = shown;
-    key.mRoot = kNaturals[letter - 'A'];
-    size_t i = 1;
-    if (i < shown.size() && (shown[i] == '#' || shown[i] == 'b')) {
-        key.mRoot = (key.mRoot + (shown[i] == '#' ? 1 : 11)) % 12;
-        ++i;
-    }
-    // A lone "m" is minor; "M" is refused rather than guessed.
-    const std::string mode = Trimmed(std::string_view(shown).substr(i));
-    std::string lower = mode;
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-        [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    if (mode == "m" || lower == "min" || lower == "minor")
-        key.mMinor = true;
-    else if (!mode.empty() && lower != "maj" && lower != "major")
+    key.mSignKey = SignKeyFromString(upper);
+    // A key's root has one accidental at most: "C##" is no key signature.
+    size_t rootLength = 0;
+    KeyEnhFromString(upper, &rootLength);
+    if (key.mSignKey.IsUndef() || rootLength > 2)
         return std::nullopt;
+    key.mText = shown;
+    key.mRoot = key.mSignKey.RootKeyEnh().mKeyNr;
+    key.mMinor = SignKeyTypeIsMinorLike(key.mSignKey.SignKeyType());
     error.clear();
     return key;
 }

@@ -4,6 +4,8 @@
 // signature, a key and the sections that are performed one region each,
 // with their chord charts.
 
+#include <Generator/harmony/CSignKey.h>
+
 #include <map>
 #include <optional>
 #include <string>
@@ -26,11 +28,12 @@ struct TSongTimeSignature {
     double BarLength() const { return 4.0 / mDenominator * mNumerator; }
 };
 
-// A key as written ("C", "Am", "A minor", "F# major", "Bb minor").
+// A key as written ("C", "Am", "A minor", "F# major", "Bb dorian").
 struct TSongKey {
     std::string mText;   // as written, trimmed
     int mRoot = 0;       // pitch class, C = 0 to B = 11
-    bool mMinor = false;
+    bool mMinor = false; // a minor third: minor and its modes
+    CSignKeyHeavy mSignKey;
 };
 
 // The chart's mark of a stretch without harmony.
@@ -82,9 +85,10 @@ std::optional<TSong> ReadSongFile(const std::string& path, std::string& error);
 // in the engine's spelling. "focus" is read as another name of kitpieceFocus.
 const std::vector<std::string>& SongControlKeys();
 
-// "Am", "F# major", "Bb minor", "C" into a key: a letter A to G (either
-// case), an optional "#" or "b", then nothing or "major"/"maj" for major,
-// "m", "minor"/"min" for minor. On failure nullopt with `error` set.
+// "Am", "F# major", "Bb minor", "C", "D dorian" into a key: a letter A to G
+// (either case), "#" or "b", then nothing or "major"/"maj" for major, "m",
+// "minor"/"min" for minor, or a mode's name. On failure nullopt with
+// `error` set.
 std::optional<TSongKey> ParseKeyText(const std::string& text, std::string& error);
 
 // A mistake in a chord chart: the bar of the chart it is in (from 1), or 0

@@ -5,20 +5,6 @@
 
 namespace zkgen::cli {
 
-namespace {
-
-CSignKeyHeavy KeyOf(const TSongKey& key)
-{
-    // The spelling follows the text: "Bb" is flat, "A#" sharp.
-    size_t used = 0;
-    CKeyEnh root = KeyEnhFromString(key.mText, &used);
-    if (root.IsUndef() || root.mKeyNr != key.mRoot)
-        root = CKeyEnh(key.mRoot, MakeSensefulEnhForKeyNr(key.mRoot, TEnh_Undef, TMakeSensefulEnh_Common));
-    return CSignKeyHeavy(root, key.mMinor ? TSignKeyType_Minor : TSignKeyType_Major);
-}
-
-} // namespace
-
 std::optional<TSongHarmony> BuildSongHarmony(const TSong& song, const std::vector<double>& sectionStarts,
     const std::string& sourceName, std::string& error)
 {
@@ -29,8 +15,8 @@ std::optional<TSongHarmony> BuildSongHarmony(const TSong& song, const std::vecto
         const TSongSection& s = song.mSections[i];
         const double start = sectionStarts[i];
         const TSongKey* key = s.mKey ? &*s.mKey : (song.mKey ? &*song.mKey : nullptr);
-        if (key && (!lastKey || key->mRoot != lastKey->mRoot || key->mMinor != lastKey->mMinor)) {
-            harmony.mKeys.InsertAtCorrectBeatPos(CGenEvSignKey(static_cast<float>(start), KeyOf(*key)));
+        if (key && (!lastKey || !(key->mSignKey == lastKey->mSignKey))) {
+            harmony.mKeys.InsertAtCorrectBeatPos(CGenEvSignKey(static_cast<float>(start), key->mSignKey));
             lastKey = key;
         }
         for (const TSongChord& c : s.mChords) {
