@@ -102,6 +102,17 @@ out=$("$zkgen" generate "$song" -o "$work/s.mid/x.mid" --take-file "$work/s.take
 cmp -s "$work/s.mid" "$work/first.mid" || fail "a failed write damaged the MIDI file"
 out=$("$zkgen" generate "$song" -o "$work/s.mid" --section B --take new 2>&1); rc=$?
 [ $rc -eq 2 ] && grep -q "no section named 'B'" <<<"$out" || fail "unknown section said (rc $rc): $out"
+# Chords the engine can't read, a groove the library lacks, and grooves
+# without a song: one line, exit 2.
+printf 'key = "C"\n[[section]]\nname = "A"\nbars = 2\nchords = "C | Hm7"\n' >"$song"
+out=$("$zkgen" generate "$song" -o "$work/s.mid" 2>&1); rc=$?
+[ $rc -eq 2 ] && grep -q "section 'A' bar 2: 'Hm7' is not a chord name" <<<"$out" || fail "unknown chord said (rc $rc): $out"
+printf 'key = "C"\n[[section]]\nname = "A"\nbars = 2\nchords = "C | G7"\n' >"$song"
+out=$("$zkgen" generate "$song" -o "$work/s.mid" --groove nope 2>&1); rc=$?
+[ $rc -eq 2 ] && grep -q "no groove named 'nope'" <<<"$out" || fail "unknown groove said (rc $rc): $out"
+"$zkgen" generate "$song" -o "$work/s.mid" --groove "swing 16ths" --swing 50 >/dev/null || fail "a song with chords and a groove"
+out=$("$zkgen" generate --swing 50 2>&1); rc=$?
+[ $rc -eq 2 ] && grep -q "give a song file" <<<"$out" || fail "--swing without a song said (rc $rc): $out"
 # The content compiler names the file and line of a mistake.
 mkdir -p "$work/content"
 printf 'genre = "G"\n[drums]\nsystems = "missing.grid"\n' >"$work/content/library.toml"
