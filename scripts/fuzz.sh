@@ -24,8 +24,9 @@ if [ ! -f "$build_dir/CMakeCache.txt" ]; then
   if command -v ninja >/dev/null 2>&1; then generator=(-G Ninja); fi
   CC=clang CXX=clang++ cmake -S "$root" -B "$build_dir" "${generator[@]}" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DZKGEN_FUZZ=ON -DZKGEN_BUILD_TESTS=OFF -DZKGEN_BUILD_BENCH=OFF -DZKGEN_BUILD_TOOLS=ON
-elif grep -q "^ZKGEN_BUILD_TOOLS:BOOL=OFF" "$build_dir/CMakeCache.txt"; then
-  # The tool's parsers (song files, content sources, MIDI files) have targets too.
+else
+  # Configured again, so that a target added since is listed; the tool's
+  # parsers (song files, content sources, MIDI files) have targets too.
   cmake -S "$root" -B "$build_dir" -DZKGEN_BUILD_TOOLS=ON >/dev/null
 fi
 

@@ -28,8 +28,10 @@ TEnh MakeSensefulEnhForKeyNr(int key, TEnh enh, TMakeSensefulEnh policy)
 {
     if (!KeyNrIsDef(key))
         return TEnh_Undef;
+    // Cb, Fb, B# and E# are white keys a key signature may need; kept as given.
+    const bool spelledAcross = (enh == TEnh_Flat && (key == 11 || key == 4)) || (enh == TEnh_Sharp && (key == 0 || key == 5));
     if (IsWhiteKey(key))
-        return TEnh_Natural;
+        return policy == TMakeSensefulEnh_Keep && spelledAcross ? enh : TEnh_Natural;
     if (policy == TMakeSensefulEnh_Keep && (enh == TEnh_Sharp || enh == TEnh_Flat))
         return enh;
     if (policy == TMakeSensefulEnh_PreferSharp)
@@ -47,7 +49,7 @@ std::string CKeyEnh::Name() const
     if (enh == TEnh_Natural)
         return std::string(1, kLetters[LetterIndexForWhiteKey(mKeyNr)]);
     if (enh == TEnh_Sharp)
-        return std::string(1, kLetters[LetterIndexForWhiteKey(mKeyNr - 1)]) + "#";
+        return std::string(1, kLetters[LetterIndexForWhiteKey((mKeyNr + 11) % 12)]) + "#";
     return std::string(1, kLetters[LetterIndexForWhiteKey((mKeyNr + 1) % 12)]) + "b";
 }
 

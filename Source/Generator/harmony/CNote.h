@@ -36,8 +36,9 @@ inline constexpr int kKeyNrUndef15 = 15;
 inline int KeyNrWrapped(int64_t keyOrNote) { return static_cast<int>(((keyOrNote % 12) + 12) % 12); }
 inline bool KeyNrIsDef(int key) { return key >= 0 && key <= 11; }
 
-// A spelling that makes sense for `key`: white keys are natural, black keys
-// sharp or flat after the policy (a given sharp or flat is kept under _Keep).
+// A spelling that makes sense for `key`: white keys are natural (but a given
+// Cb, Fb, B# or E# is kept under _Keep), black keys sharp or flat after the
+// policy (a given sharp or flat is kept under _Keep).
 TEnh MakeSensefulEnhForKeyNr(int key, TEnh enh, TMakeSensefulEnh policy);
 
 // A key number with its spelling.

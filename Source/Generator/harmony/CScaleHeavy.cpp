@@ -220,8 +220,9 @@ CNote CScaleHeavy::NoteQuantizeToScaleNote(const CNote& note, TQuantizeToScaleDi
     if (near.mBelow < 0)
         near.mBelow = near.mAbove;
     const long result = PickNeighbour(static_cast<long>(note.mNoteNr), near, direction);
+    // A note moved to another key keeps no spelling of the one it left.
     const int key = KeyNrWrapped(result);
-    return CNote(result, MakeSensefulEnhForKeyNr(key, note.mEnh, TMakeSensefulEnh_Keep));
+    return CNote(result, MakeSensefulEnhForKeyNr(key, TEnh_Undef, TMakeSensefulEnh_Common));
 }
 
 CChordHeavy CScaleHeavy::ChordTriadForScale() const

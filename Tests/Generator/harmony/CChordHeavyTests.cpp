@@ -227,10 +227,11 @@ TEST(ChordNames, Preferences)
     EXPECT_EQ(Parsed("CmMaj7").Name(dash), "CmMaj7");
     EXPECT_EQ(Parsed("Bbmaj7").Name(sharp), "A#maj7");
     EXPECT_EQ(Parsed("D/F#").Name(flat), "D/Gb");
-    // Keep: as written; a white key stays natural.
+    // Keep: as written, C flat too (a white key spelled across a letter).
     EXPECT_EQ(Parsed("C#7").Name(kPrefs), "C#7");
     EXPECT_EQ(Parsed("Db7").Name(kPrefs), "Db7");
-    EXPECT_EQ(Parsed("Cb").Name(kPrefs), "B");
+    EXPECT_EQ(Parsed("Cb").Name(kPrefs), "Cb");
+    EXPECT_EQ(Parsed("Cb").Name(sharp), "B");
     EXPECT_EQ(Parsed("G/B").TraceForInitializerList(), "CChordHeavy(\"G/B\")");
 }
 

@@ -117,10 +117,11 @@ TEST(HarmonyKeyNames, ReadsLettersAndAccidentals)
         {"Bb", 10, TEnh_Flat, 2, "Bb"},
         {"F#m7", 6, TEnh_Sharp, 2, "F#"},
         // B# is key 0 and Cb key 11; white keys are named naturally.
-        {"B#", 0, TEnh_Sharp, 2, "C"},
-        {"Cb", 11, TEnh_Flat, 2, "B"},
-        {"E#", 5, TEnh_Sharp, 2, "F"},
-        {"Fb", 4, TEnh_Flat, 2, "E"},
+        // The white keys a key signature may spell across a letter keep it.
+        {"B#", 0, TEnh_Sharp, 2, "B#"},
+        {"Cb", 11, TEnh_Flat, 2, "Cb"},
+        {"E#", 5, TEnh_Sharp, 2, "E#"},
+        {"Fb", 4, TEnh_Flat, 2, "Fb"},
         // Double accidentals: C## = D, Dbb = C (white keys, natural).
         {"C##", 2, TEnh_Natural, 3, "D"},
         {"Dbb", 0, TEnh_Natural, 3, "C"},
@@ -163,8 +164,10 @@ TEST(HarmonyKeyNames, DoubleAccidentalOnBlackKeyKeepsDirection)
 
 TEST(HarmonyKeyNames, SpellingPolicies)
 {
-    // White keys are natural whatever is asked.
-    EXPECT_EQ(MakeSensefulEnhForKeyNr(0, TEnh_Sharp, TMakeSensefulEnh_Keep), TEnh_Natural);
+    // White keys are natural, but under Keep a given B#, E#, Cb or Fb stays.
+    EXPECT_EQ(MakeSensefulEnhForKeyNr(0, TEnh_Sharp, TMakeSensefulEnh_Keep), TEnh_Sharp);
+    EXPECT_EQ(MakeSensefulEnhForKeyNr(0, TEnh_Flat, TMakeSensefulEnh_Keep), TEnh_Natural);
+    EXPECT_EQ(MakeSensefulEnhForKeyNr(2, TEnh_Sharp, TMakeSensefulEnh_Keep), TEnh_Natural);
     EXPECT_EQ(MakeSensefulEnhForKeyNr(4, TEnh_Flat, TMakeSensefulEnh_PreferFlat), TEnh_Natural);
     // Keep: a given sharp or flat stays; else the common spelling.
     EXPECT_EQ(MakeSensefulEnhForKeyNr(1, TEnh_Sharp, TMakeSensefulEnh_Keep), TEnh_Sharp);
