@@ -33,12 +33,14 @@ void CGenGenerator::GenerateRuntimeData::Reset()
     mGenerateStartLeftBarPosAbs = 0.0f;
     mGenerateLength = 0.0f;
     mGeneratePosInBar = 0.0f;
+    mScriptSetupStopped = false;
 }
 
 CGenGenerator::CGenGenerator()
     : mRuntimeData(std::make_unique<GenerateRuntimeData>()),
       mLibraryBundleLocations(std::make_unique<CGeneratorLibraryBundleLocations>()),
-      mPatternsPool(mLibraryBundleLocations.get())
+      mPatternsPool(mLibraryBundleLocations.get()),
+      mGlobalLuaScriptsPool(mLibraryBundleLocations.get())
 {
 }
 CGenGenerator::~CGenGenerator() = default;
@@ -49,6 +51,13 @@ std::shared_ptr<TGenDict> CGenGenerator::Generate(TGenerateWhat what, TRandomSee
     // The pre stage's result isn't examined: later stages find missing state
     // and return on their own.
     _Generate_Pre(params, what, memento);
+    if (mRuntimeData->mScriptSetupStopped) {
+        // A style whose scripts can't load would play without its personality.
+        evs.clear();
+        if (memento && mRuntimeData->mMemento)
+            *memento = *mRuntimeData->mMemento;
+        return mRuntimeData->mOutInfo ? std::make_shared<TGenDict>(*mRuntimeData->mOutInfo) : nullptr;
+    }
     if (seedMode == TRandomSeedMode_Reset)
         _Generate_Memento_InitAllSeeds(0);
     else if (seedMode == TRandomSeedMode_SystemClock)
@@ -123,7 +132,8 @@ bool CGenGenerator::_Generate_Pre_WithoutActnAndMemento(CGenGeneratorParams& par
     rt.mGFContext = CGenGFContext::contextWithGenContext(&context);
     context.SetGeneratePos(0.0f);
 
-    if (!_Generate_LuaScript_Setup())
+    // Only a failure of "runOnCharacterLoad" stops the generation; others are logged.
+    if (!_Generate_LuaScript_Setup() && rt.mScriptSetupStopped)
         return false;
 
     _Generate_ConvertPatternCoordExtToInt(params, instLib);
@@ -205,18 +215,6 @@ CGenStyle* CGenGenerator::_CurrentStyle()
         return nullptr;
     const size_t ix = static_cast<size_t>(rt.mParams->StyleIxOrFirst());
     return ix < rt.mInstLib->mStyles.size() ? &rt.mInstLib->mStyles[ix] : nullptr;
-}
-
-bool CGenGenerator::_Generate_LuaScript_Setup()
-{
-    CGenStyle* style = _CurrentStyle();
-    if (!style || !mRuntimeData->mContext)
-        return false;
-    mRuntimeData->mInstLib->mStyles.LoadStyleGraphsIfNotCachedAlready(*style);
-    mRuntimeData->mContext->mStyle = style;
-    // The script runtime hooks in here ("runOnCharacterLoad", "runOnGenerateBegin");
-    // without it there is nothing that could fail.
-    return true;
 }
 
 void CGenGenerator::_Generate_ConvertPatternCoordExtToInt(CGenGeneratorParams& params, const CGenInstLib* instLib)
@@ -623,7 +621,6 @@ void CGenGenerator::ClearCaches()
     ClearClaveCaches();
 }
 
-void CGenGenerator::ClearLuaStateCache() {}
 void CGenGenerator::ClearClaveCaches()
 {
     if (mClaveCaches)
@@ -647,9 +644,10 @@ void CGenGenerator::PurgeStylesForWhichBlockReturnsYes(const TPurgeStyleBlock& b
                 const CGenStyle& style = lib.mStyles[ix];
                 if (!style.StyleGraphs().HasEntries())
                     continue;
-                // The script state of the style goes with it once scripts exist.
-                if (block(genre.mGenre, lib.mInstType, ix, style.Name()))
+                if (block(genre.mGenre, lib.mInstType, ix, style.Name())) {
+                    mLuaStateCache.erase(style.Identifier());
                     lib.mStyles.PurgeStyleAtIndex(ix);
+                }
             }
 }
 

@@ -9,6 +9,8 @@
 #include "Generator/library/CGenGenreLibs.h"
 #include "Generator/library/CGenPatternsPool.h"
 #include "Generator/library/CGeneratorLibraryBundleLocations.h"
+#include "Generator/scripting/CGenGlobalLuaScriptsPool.h"
+#include "Generator/scripting/CGenLuaStateCache.h"
 #include "Generator/stylegraph/CGenGFModule.h"
 #include "Platform/TGenDict.h"
 
@@ -52,6 +54,8 @@ public:
         std::shared_ptr<const TGenDict> mMementoIn;
         std::shared_ptr<TGenDict> mMemento;
         std::shared_ptr<TGenDict> mOutInfo;
+        // The style's scripts failed at "runOnCharacterLoad": nothing is played.
+        bool mScriptSetupStopped = false;
     };
 
     CGenGenerator();
@@ -110,13 +114,21 @@ public:
     void UpdateLibraryBundleLocationsWeakPointers();
     const IGeneratorLibraryBundleLocations& LibraryBundleLocations() const;
     CGenPatternsPool& PatternsPool() { return mPatternsPool; }
+    // The global scripts that styles include ("kCGenStyleGraphsProperty_IncludeScript").
+    CGenGlobalLuaScriptsPool& GlobalLuaScriptsPool() { return mGlobalLuaScriptsPool; }
+    // What the scripts of this generator may do. Off unless a host asks: a
+    // host that runs content it did not write turns it on. A change closes
+    // the script states, which the next generation makes anew.
+    void SetScriptSandbox(const zkgen::lua::TScriptSandbox& sandbox);
+    const zkgen::lua::TScriptSandbox& ScriptSandbox() const { return mScriptSandbox; }
+    // The script state of a style, or null (tests and tools).
+    const CGenLuaCacheEntry* LuaCacheEntryForStyle(const CGenStyle& style) const;
     // Values of the library, saved as "values.bin": an empty key is refused,
     // a null value removes the key, and the last key gone leaves no
     // dictionary (null, not empty).
     bool SetValueForKey(const std::optional<TGenDictValue>& value, const std::string& key);
     std::optional<TGenDictValue> ValueForKey(const std::string& key) const;
     const TGenDict* ValuesForKeys() const { return mValuesForKeys.get(); }
-    const TGenLegacyGlobalLuaScript& LegacyGlobalLuaScript() const { return mLegacyGlobalLuaScript; }
 
     CGenGenreLibs& GenreLibs() { return mGenreLibs; }
     const CGenGenreLibs& GenreLibs() const { return mGenreLibs; }
@@ -185,7 +197,12 @@ private:
     std::unique_ptr<IGeneratorLibraryBundleLocationsInternal> mLibraryBundleLocations;
     CGenPatternsPool mPatternsPool;
     std::unique_ptr<TGenDict> mValuesForKeys;
+    // The global script of an old archive, until a load moves it into the pool.
     TGenLegacyGlobalLuaScript mLegacyGlobalLuaScript;
+    void _AdoptLegacyGlobalLuaScript();
+    CGenGlobalLuaScriptsPool mGlobalLuaScriptsPool;
+    CGenLuaStateCache mLuaStateCache;
+    zkgen::lua::TScriptSandbox mScriptSandbox;
     double mLoadTime1 = 1.0;
     double mLoadTime2 = 1.0;
 

@@ -29,7 +29,6 @@ constexpr const char* kSaveURL = "GenToolLibrarySaveNotification_URL";
 constexpr const char* kSaveDemoWindowURL = "GenToolLibrarySaveNotification_DemoWindowURL";
 constexpr const char* kSaveEmbeddedDemoWindowURL = "GenToolLibrarySaveNotification_EmbeddedDemoWindowURL";
 
-constexpr const char* kLegacyScriptFileName = "__LegacyGlobalLuaScript__.gls";
 
 void LogStorage(std::string_view format, std::initializer_list<ZKLogArg> args)
 {
@@ -239,11 +238,8 @@ bool CGenGenerator::LoadBundleFromURL(const TGenUrl& url)
             else if (!dict)
                 LogStorage("Values of '%{public}@' not read: %{public}s", {url.string(), error});
         }
-        // The legacy global script lives in the scripts folder of a bundle.
-        const TGenUrl legacyFile =
-            ZKUrlByAppendingPathComponent(places.GlobalLuaScriptsPoolFolderURL(), kLegacyScriptFileName);
-        if (auto script = ZKFileRead(legacyFile))
-            mLegacyGlobalLuaScript = TGenLegacyGlobalLuaScript {true, std::string(script->begin(), script->end())};
+        mGlobalLuaScriptsPool.updateFromDisc();
+        _AdoptLegacyGlobalLuaScript();
     } else {
         // The content that was there stays usable, with its own bundle.
         LogStorage("'LoadBundleFromURL' FAILED because 'DeserializeFromPath' failed.", {});
@@ -268,6 +264,8 @@ bool CGenGenerator::LoadRawLibraryFromURL(const TGenUrl& url)
         // A single-file library has no bundle: no styles on disk, no pools.
         mLibraryBundleLocations->SetRootURL(TGenUrl());
         mPatternsPool.purge();
+        mGlobalLuaScriptsPool.purge();
+        _AdoptLegacyGlobalLuaScript();
         mValuesForKeys.reset();
     } else {
         LogStorage("'LoadRawLibraryFromURL' FAILED because 'DeserializeFromPath' failed.", {});
@@ -277,6 +275,15 @@ bool CGenGenerator::LoadRawLibraryFromURL(const TGenUrl& url)
     ClearClaveCaches();
     ZKNotificationCenter::DefaultCenter().Post(kDidLoad, details);
     return ok;
+}
+
+void CGenGenerator::_AdoptLegacyGlobalLuaScript()
+{
+    if (!mLegacyGlobalLuaScript.mPresent)
+        return;
+    mGlobalLuaScriptsPool.setLuaScriptForIdentifier(
+        mLegacyGlobalLuaScript.mSource, CGenGlobalLuaScriptsPool::kLegacyGlobalLuaScriptIdentifier);
+    mLegacyGlobalLuaScript = TGenLegacyGlobalLuaScript();
 }
 
 // ---- Saving
@@ -341,17 +348,10 @@ bool CGenGenerator::SaveToURL(const TGenUrl& target, TGenStorageError* error)
         SetError(error, SaveFailedDescription("[mPatternsPool saveToDisc]"));
         return false;
     }
-    // Until the script pool exists, its one script is the legacy one.
-    if (mLegacyGlobalLuaScript.mPresent) {
-        const TGenUrl file = ZKUrlByAppendingPathComponent(
-            mLibraryBundleLocations->GlobalLuaScriptsPoolFolderURL(), kLegacyScriptFileName);
-        const std::string& source = mLegacyGlobalLuaScript.mSource;
-        if (!ZKFileWriteAtomically(file, TGenData(source.begin(), source.end()), &reason)) {
-            LogStorage("Save to '%{public}@' FAILED because '[mGlobalLuaScriptsPool saveToDisc]' failed.",
-                {url.string()});
-            SetError(error, SaveFailedDescription("[mGlobalLuaScriptsPool saveToDisc]"));
-            return false;
-        }
+    if (!mGlobalLuaScriptsPool.saveToDisc()) {
+        LogStorage("Save to '%{public}@' FAILED because '[mGlobalLuaScriptsPool saveToDisc]' failed.", {url.string()});
+        SetError(error, SaveFailedDescription("[mGlobalLuaScriptsPool saveToDisc]"));
+        return false;
     }
     const TGenUrl valuesFile = mLibraryBundleLocations->ValuesForKeysFileURL();
     if (mValuesForKeys && !mValuesForKeys->empty()) {

@@ -363,8 +363,8 @@ TEST(ContentCompilerErrors, ManifestSyntaxAndKeys)
     EXPECT_EQ(ManifestError("genre = \"Rock\"\n"
                             "\n"
                             "tempo = 120\n"),
-        "library.toml:3: unknown key 'tempo'; the manifest knows genre, kit, drum-map, drums, bass, keys, guitar and "
-        "grooves");
+        "library.toml:3: unknown key 'tempo'; the manifest knows genre, kit, drum-map, drums, bass, keys, guitar, "
+        "grooves and scripts");
     EXPECT_EQ(ManifestError("[drums]\n"
                             "systems = []\n"
                             "loops = [\"x.grid\"]\n"),
@@ -500,8 +500,8 @@ TEST(ContentCompilerErrors, StyleFileHead)
     // table's keys in alphabetical order.
     EXPECT_EQ(StyleError(Style("zebra = 1\napple = 2\n")), "s.toml:4: unknown key 'zebra' in the style file");
     EXPECT_EQ(ManifestError("genre = \"G\"\nzebra = 1\napple = 2\n"),
-        "library.toml:2: unknown key 'zebra'; the manifest knows genre, kit, drum-map, drums, bass, keys, guitar and "
-        "grooves");
+        "library.toml:2: unknown key 'zebra'; the manifest knows genre, kit, drum-map, drums, bass, keys, guitar, "
+        "grooves and scripts");
     EXPECT_EQ(StyleError(Style("[graphs\n")), "s.toml:4: Error while parsing table header: expected ']', saw '\\n'");
     EXPECT_EQ(StyleError(Style("[graphs.accent-families]\n"
                                "modules = []\n")),
@@ -563,11 +563,50 @@ TEST(ContentCompilerErrors, StyleRangesAndSetup)
     EXPECT_EQ(StyleError(Style(graph + "  { key = \"mux\", class = \"Multiplexer\", ranges = [[0, 1]] },\n]\n")),
         "s.toml:6: module 'mux' is not a value switch");
     EXPECT_EQ(StyleError(Style(graph + "  { key = \"band\", class = \"ValueSwitch\", inputs-count = 3 },\n]\n")),
-        "s.toml:6: module 'band' is not a multiplexer");
+        "s.toml:6: module 'band' is not a multiplexer or a script");
     EXPECT_EQ(StyleError(Style(graph + "  { key = \"band\", class = \"ValueSwitch\", bins = [[\"a\"]] },\n]\n")),
         "s.toml:6: module 'band' is not a string switch");
     EXPECT_EQ(StyleError(Style(graph + "  { key = \"mux\", class = \"Multiplexer\", port-class = \"Nonesuch\" },\n]\n")),
         "s.toml:6: unknown port class 'Nonesuch'");
+}
+
+// Scripts: global ones in the manifest, module scripts in style files; a
+// mistake in a script is told with the script's file and line.
+TEST(ContentCompilerErrors, Scripts)
+{
+    zkgtest::TempDir dir("zkgen_cc");
+    auto compile = [&](const std::string& manifest, const std::string& style, const std::string& script) {
+        WriteFile(dir.Path(), "library.toml", manifest);
+        WriteFile(dir.Path(), "s.toml", style);
+        WriteFile(dir.Path(), "m.lua", script);
+        WriteFile(dir.Path(), "g.lua", "function runOnGenerateBegin()\n  x = 1\nend\n");
+        return CompileError(dir.Path());
+    };
+    const std::string manifest = "[scripts]\nhelpers = \"g.lua\"\n[drums]\nstyles = [\"s.toml\"]\n";
+    const std::string graph = std::string(kStyleHead) + "include-scripts = [\"helpers\"]\n"
+                                                        "[graphs.system]\n"
+                                                        "modules = [\n"; // lines 4 to 6
+    const std::string lua = "  { key = \"s\", class = \"Lua\", script = \"m.lua\", inputs-count = 2 },\n]\n";
+    EXPECT_EQ(compile(manifest, graph + lua, "outputs[1] = inputs[1]\n"), "no error");
+    // Line 3 of the module's script.
+    EXPECT_EQ(compile(manifest, graph + lua, "local a = 1\nlocal b = = 2\n"), "m.lua:2: unexpected symbol near '='");
+    EXPECT_EQ(compile(manifest, graph + lua, "local a = 1\nif a then\n"),
+        "m.lua:3: 'end' expected (to close 'if' at line 2) near <eof>");
+    EXPECT_EQ(compile(manifest, graph + "  { key = \"s\", class = \"Lua\", script = \"none.lua\" },\n]\n", ""),
+        std::string("s.toml:7: cannot read script 'none.lua': cannot read ") + (dir.Path() / "none.lua").string() +
+            ": No such file or directory");
+    EXPECT_EQ(compile(manifest, graph + "  { key = \"s\", class = \"Log\", script = \"m.lua\" },\n]\n", ""),
+        "s.toml:7: module 's' is not a script module (class Lua)");
+    EXPECT_EQ(compile(manifest, graph + "  { key = \"s\", class = \"Lua\", outputs-count = 65 },\n]\n", ""),
+        "s.toml:7: outputs-count of a script must be a whole number 1 to 64");
+    // A global script's mistake, and an include the manifest lacks.
+    WriteFile(dir.Path(), "bad.lua", "x = = 1\n");
+    EXPECT_EQ(compile("[scripts]\nhelpers = \"bad.lua\"\n[drums]\nstyles = [\"s.toml\"]\n", graph + lua, ""),
+        "bad.lua:1: unexpected symbol near '='");
+    EXPECT_EQ(compile("[drums]\nstyles = [\"s.toml\"]\n", graph + lua, ""),
+        "library.toml:2: style 's.toml' includes the script 'helpers', which [scripts] does not have");
+    EXPECT_EQ(compile("[scripts]\n\"a/b\" = \"g.lua\"\n", graph + lua, ""),
+        "library.toml:2: 'a/b' can't name a script (a file name without '/')");
 }
 
 TEST(ContentCompilerErrors, StyleConnections)
@@ -672,7 +711,9 @@ TEST(ContentCompiler, DemoLibrary)
     EXPECT_EQ(drums.mStyles[0].Name(), "Demo");
     EXPECT_EQ(drums.mStyles[0].UniqueID(), "zkgen-demo-drums-1");
     ASSERT_NE(drums.mStyles[0].StyleGraphs().Entries(), nullptr);
-    EXPECT_EQ(drums.mStyles[0].StyleGraphs().Entries()->size(), 5u);
+    // The five layers and the global graph of the scripts.
+    EXPECT_EQ(drums.mStyles[0].StyleGraphs().Entries()->size(), 6u);
+    ASSERT_NE(generator.GlobalLuaScriptsPool().objectForIdentifier("drum-helpers"), nullptr);
 
     zkgtest::TempDir dir("zkgen_cc");
     std::string error;
@@ -680,6 +721,7 @@ TEST(ContentCompiler, DemoLibrary)
     ASSERT_TRUE(BuildContentBundle(demo, (dir.Path() / "two.glibb").string(), error)) << error;
     const auto one = TreeOf(dir.Path() / "one.glibb");
     EXPECT_EQ(one.count("StyleGraphs/Demo - zkgen-demo-drums-1.style"), 1u);
+    EXPECT_EQ(one.count("GlobalScripts/drum-helpers.glsz"), 1u);
     EXPECT_TRUE(one == TreeOf(dir.Path() / "two.glibb"));
 }
 

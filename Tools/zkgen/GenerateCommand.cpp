@@ -82,6 +82,9 @@ void AddGenerateCommand(CLI::App& app, GenerateOptions& o, int& exitCode)
     cmd->add_flag("--no-phrases", o.mNoPhrases,
         "Choose each bar's pattern afresh instead of following the phrases the library learnt (the pattern graphs' "
         "edges and histories, on by default, so that a groove holds through a phrase)");
+    cmd->add_flag("--trust-scripts", o.mTrustScripts,
+        "Run the library's Lua scripts without the sandbox (files, processes and modules reachable, no "
+        "instruction budget): only for content you know");
     cmd->add_flag("--builtin-default-genre", o.mBuiltinDefaultGenre,
         "Play the engine's built-in default genre instead of a library (an empty drummer: for checking the set-up)");
     cmd->add_option("--genre,-g", o.mGenre, "Genre name")->capture_default_str();
@@ -106,9 +109,17 @@ void AddGenerateCommand(CLI::App& app, GenerateOptions& o, int& exitCode)
     cmd->callback([&o, &exitCode] { exitCode = o.mSongPath.empty() ? RunGenerate(o) : RunSong(o); });
 }
 
+static zkgen::lua::TScriptSandbox ScriptSandboxFor(const GenerateOptions& o)
+{
+    zkgen::lua::TScriptSandbox sandbox;
+    sandbox.mEnabled = !o.mTrustScripts;
+    return sandbox;
+}
+
 bool LoadLibrary(const GenerateOptions& o, CGenGenerator& generator, std::string& error)
 {
     error.clear();
+    generator.SetScriptSandbox(ScriptSandboxFor(o));
     const std::string library = o.mLibrary.empty() ? DemoLibraryPath() : o.mLibrary;
     if (library.empty())
         error = "no content library: the demo bundle was not found; name one with --library, or use "
@@ -143,6 +154,7 @@ int RunGenerate(const GenerateOptions& o)
     CGenGenerator generator;
     if (o.mBuiltinDefaultGenre) {
         generator.CreateDefaultGenre();
+        generator.SetScriptSandbox(ScriptSandboxFor(o));
     } else {
         std::string error;
         if (!LoadLibrary(o, generator, error))

@@ -39,6 +39,8 @@ struct GenerateOptions {
     int mGridBars = -1;
     std::string mWav;
     bool mNoPhrases = false;
+    // Scripts of the library run in the sandbox unless the user trusts them.
+    bool mTrustScripts = false;
     // A groove of the library by name, and how much of its timing to take (0..100).
     std::string mGroove;
     double mSwing = -1.0;

@@ -3,6 +3,7 @@
 #include "Generator/CGenContext.h"
 #include "Generator/stylegraph/CGenGFNodeManager.h"
 
+#include <algorithm>
 #include <exception>
 
 // ----- CGenGFContext, CGenGFClassDescription, CGenGFConnection
@@ -257,3 +258,31 @@ bool CGenGFModule::_executeSubpatchesWithArguments(const TGenDict* arguments)
     }
     return true;
 }
+
+namespace zkgen {
+
+size_t NumberOfKey(const std::string& key, const std::string& prefix)
+{
+    if (!key.starts_with(prefix) || key.size() == prefix.size())
+        return 0;
+    size_t n = 0;
+    for (size_t i = prefix.size(); i < key.size(); ++i) {
+        if (key[i] < '0' || key[i] > '9')
+            return 0;
+        n = n * 10 + static_cast<size_t>(key[i] - '0');
+    }
+    return n;
+}
+
+size_t CountNumberedPorts(const ZKGFNode::TPorts& ports, const std::string& prefix)
+{
+    return static_cast<size_t>(std::count_if(ports.begin(), ports.end(),
+        [&](const auto& p) { return NumberOfKey(p->key(), prefix) != 0; }));
+}
+
+std::string NumberedKey(const char* prefix, size_t n)
+{
+    return std::string(prefix) + std::to_string(n);
+}
+
+} // namespace zkgen

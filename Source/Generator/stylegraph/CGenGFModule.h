@@ -254,4 +254,11 @@ std::unique_ptr<ZKGFNode> MakeModule()
 {
     return std::make_unique<C>();
 }
+
+// Numbered port keys ("source_1", "destination_2"): the number behind the
+// prefix (0 when the key has another form), the key of a number, and how
+// many of the ports carry such keys.
+size_t NumberOfKey(const std::string& key, const std::string& prefix);
+std::string NumberedKey(const char* prefix, size_t n);
+size_t CountNumberedPorts(const ZKGFNode::TPorts& ports, const std::string& prefix);
 } // namespace zkgen

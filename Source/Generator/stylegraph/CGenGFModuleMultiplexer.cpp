@@ -15,31 +15,6 @@ int64_t ClampCount(int64_t count)
     return std::clamp(count, kMinRoutedCount, kMaxRoutedCount);
 }
 
-// The number behind "<prefix>", 0 when the key has another form.
-size_t NumberOfKey(const std::string& key, const std::string& prefix)
-{
-    if (!key.starts_with(prefix) || key.size() == prefix.size())
-        return 0;
-    size_t n = 0;
-    for (size_t i = prefix.size(); i < key.size(); ++i) {
-        if (key[i] < '0' || key[i] > '9')
-            return 0;
-        n = n * 10 + static_cast<size_t>(key[i] - '0');
-    }
-    return n;
-}
-
-size_t CountPorts(const ZKGFNode::TPorts& ports, const std::string& prefix)
-{
-    return static_cast<size_t>(std::count_if(ports.begin(), ports.end(),
-        [&](const auto& p) { return NumberOfKey(p->key(), prefix) != 0; }));
-}
-
-std::string NumberedKey(const char* prefix, size_t n)
-{
-    return std::string(prefix) + std::to_string(n);
-}
-
 // A non-negative index from a bound: fractions cut, negative 0, NaN `ifNaN`.
 uint64_t IndexBound(double v, uint64_t ifNaN)
 {
@@ -260,7 +235,7 @@ std::vector<std::pair<int, std::string>> CGenGFModuleMultiplexer::_dynamicPorts(
 {
     std::vector<std::pair<int, std::string>> ports;
     for (const auto& p : inputPorts())
-        if (NumberOfKey(p->key(), "source_"))
+        if (zkgen::NumberOfKey(p->key(), "source_"))
             ports.emplace_back(-1, p->key());
     ports.emplace_back(1, "output");
     return ports;
@@ -275,13 +250,13 @@ CGenGFPort* CGenGFModuleMultiplexer::_makeDynamicPort(int direction, const std::
 {
     const ZKGFPortClass& c = _classForDynamicPort(direction, key);
     if (direction < 0)
-        return createInputWithPortClassForKeyAttributes(c, key, _numberedAttributes(NumberOfKey(key, "source_")));
+        return createInputWithPortClassForKeyAttributes(c, key, _numberedAttributes(zkgen::NumberOfKey(key, "source_")));
     return createOutputWithPortClassForKeyAttributes(c, key, _attributesNamed("_portAttributes"));
 }
 
 size_t CGenGFModuleMultiplexer::inputCount() const
 {
-    return CountPorts(inputPorts(), "source_");
+    return zkgen::CountNumberedPorts(inputPorts(), "source_");
 }
 
 void CGenGFModuleMultiplexer::setInputCount(int64_t count)
@@ -289,9 +264,9 @@ void CGenGFModuleMultiplexer::setInputCount(int64_t count)
     const size_t n = static_cast<size_t>(ClampCount(count));
     ZKGFNotificationPause pause(*this);
     for (size_t i = inputCount(); i < n; ++i)
-        _makeDynamicPort(-1, NumberedKey("source_", i + 1));
+        _makeDynamicPort(-1, zkgen::NumberedKey("source_", i + 1));
     for (size_t i = inputCount(); i > n; --i)
-        deleteInputPortForKey(NumberedKey("source_", i));
+        deleteInputPortForKey(zkgen::NumberedKey("source_", i));
     inputIndex->setMaxIndexValue(n - 1);
     stateUpdated();
 }
@@ -299,7 +274,7 @@ void CGenGFModuleMultiplexer::setInputCount(int64_t count)
 CGenGFPort* CGenGFModuleMultiplexer::_activePort() const
 {
     const uint64_t index = inputIndex->indexValue();
-    return index >= kMaxRoutedCount ? nullptr : inputGFPortForKey(NumberedKey("source_", static_cast<size_t>(index) + 1));
+    return index >= kMaxRoutedCount ? nullptr : inputGFPortForKey(zkgen::NumberedKey("source_", static_cast<size_t>(index) + 1));
 }
 
 bool CGenGFModuleMultiplexer::executeArguments(const CGenGFContext& context, const TGenDict* /*arguments*/)
@@ -342,7 +317,7 @@ std::vector<std::pair<int, std::string>> CGenGFModuleDemultiplexer::_dynamicPort
     if (resetOutputs())
         ports.emplace_back(-1, "inputReset");
     for (const auto& p : outputPorts())
-        if (NumberOfKey(p->key(), "destination_"))
+        if (zkgen::NumberOfKey(p->key(), "destination_"))
             ports.emplace_back(1, p->key());
     return ports;
 }
@@ -351,14 +326,14 @@ CGenGFPort* CGenGFModuleDemultiplexer::_makeDynamicPort(int direction, const std
 {
     if (direction > 0)
         return createOutputWithPortClassForKeyAttributes(*mPortClass, key,
-            _numberedAttributes(NumberOfKey(key, "destination_")));
+            _numberedAttributes(zkgen::NumberOfKey(key, "destination_")));
     return createInputWithPortClassForKeyAttributes(*mPortClass, key,
         _attributesNamed(key == "inputReset" ? "_resetAttributes" : "_inputPortAttributes"));
 }
 
 size_t CGenGFModuleDemultiplexer::outputCount() const
 {
-    return CountPorts(outputPorts(), "destination_");
+    return zkgen::CountNumberedPorts(outputPorts(), "destination_");
 }
 
 void CGenGFModuleDemultiplexer::setOutputCount(int64_t count)
@@ -366,9 +341,9 @@ void CGenGFModuleDemultiplexer::setOutputCount(int64_t count)
     const size_t n = static_cast<size_t>(ClampCount(count));
     ZKGFNotificationPause pause(*this);
     for (size_t i = outputCount(); i < n; ++i)
-        _makeDynamicPort(1, NumberedKey("destination_", i + 1));
+        _makeDynamicPort(1, zkgen::NumberedKey("destination_", i + 1));
     for (size_t i = outputCount(); i > n; --i)
-        deleteOutputPortForKey(NumberedKey("destination_", i));
+        deleteOutputPortForKey(zkgen::NumberedKey("destination_", i));
     inputIndex->setMaxIndexValue(n - 1);
     stateUpdated();
 }
@@ -391,7 +366,7 @@ bool CGenGFModuleDemultiplexer::executeArguments(const CGenGFContext& context, c
     CGenGFPort* reset = inputGFPortForKey("inputReset");
     std::vector<CGenGFPort*> destinations;
     for (const auto& p : outputPorts())
-        if (NumberOfKey(p->key(), "destination_"))
+        if (zkgen::NumberOfKey(p->key(), "destination_"))
             destinations.push_back(static_cast<CGenGFPort*>(p.get()));
     if (reset && !destinations.empty())
         for (size_t i = 0; i < destinations.size(); ++i)

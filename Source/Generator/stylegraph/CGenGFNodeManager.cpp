@@ -8,6 +8,7 @@
 #include "Generator/stylegraph/CGenGFModuleCreateFill.h"
 #include "Generator/stylegraph/CGenGFModuleFilterPatternName.h"
 #include "Generator/stylegraph/CGenGFModuleLog.h"
+#include "Generator/stylegraph/CGenGFModuleLua.h"
 #include "Generator/stylegraph/CGenGFModuleMultiplexer.h"
 #include "Generator/stylegraph/CGenGFModulePatternProbProvider.h"
 #include "Generator/stylegraph/CGenGFModulePatternsIterator.h"
@@ -58,6 +59,7 @@ void CGenGFNodeManager::registerBuiltInNodes()
              &CGenGFModuleRandomPatternPicker::ClassDescription(),
              &CGenGFModuleTopProbFilter::ClassDescription(),
              &CGenGFModuleCreateFill::ClassDescription(),
+             &CGenGFModuleLua::ClassDescription(),
          })
         registerNodeWithClass(*d);
 

@@ -227,14 +227,17 @@ TEST(CGenGeneratorStorage, AnArchiveOfVersionOneKeepsItsGlobalScript)
 
     CGenGenerator loaded;
     ASSERT_TRUE(loaded.LoadFromURL(raw));
-    EXPECT_TRUE(loaded.LegacyGlobalLuaScript().mPresent);
-    EXPECT_EQ(loaded.LegacyGlobalLuaScript().mSource, script);
+    const std::string legacy = CGenGlobalLuaScriptsPool::kLegacyGlobalLuaScriptIdentifier;
+    ASSERT_TRUE(loaded.GlobalLuaScriptsPool().objectForIdentifier(legacy));
+    EXPECT_EQ(loaded.GlobalLuaScriptsPool().objectForIdentifier(legacy)->luaScript(), script);
     // Saved as a bundle, the script moves to the scripts folder and comes back.
     const TGenUrl url = dir.Path() / "New.glibb";
     ASSERT_TRUE(loaded.SaveToURL(url));
     CGenGenerator again;
     ASSERT_TRUE(again.LoadFromURL(url));
-    EXPECT_EQ(again.LegacyGlobalLuaScript().mSource, script);
+    ASSERT_TRUE(again.GlobalLuaScriptsPool().objectForIdentifier(legacy));
+    EXPECT_EQ(again.GlobalLuaScriptsPool().objectForIdentifier(legacy)->luaScript(), script);
+    EXPECT_TRUE(ZKFileExists(url / "GlobalScripts" / (legacy + ".glsz")));
 }
 
 TEST(CGenGeneratorStorage, SaveAsCopiesTheOldBundleAndRefusesToNestIt)

@@ -6,6 +6,8 @@
 #include "content/StyleSource.h"
 #include "content/TomlKeys.h"
 
+#include <Generator/scripting/CGenLuaCheck.h>
+
 #include <Generator/CGenGeneratorStorage.h>
 
 #include <Generator/CGenGenerator.h>
@@ -97,12 +99,12 @@ public:
             throw TContentError(mFile, static_cast<int>(e.source().begin.line), std::string(e.description()));
         }
         std::string unknown;
-        std::set<std::string> known = {"genre", "kit", "drum-map", "grooves"};
+        std::set<std::string> known = {"genre", "kit", "drum-map", "grooves", "scripts"};
         for (const TInstrumentTable& instrument : kInstrumentTables)
             known.insert(instrument.mKey);
         if (const toml::node* v = FirstUnknownKey(root, known, unknown))
             Fail(*v, "unknown key '" + unknown
-                    + "'; the manifest knows genre, kit, drum-map, drums, bass, keys, guitar and grooves");
+                    + "'; the manifest knows genre, kit, drum-map, drums, bass, keys, guitar, grooves and scripts");
         const toml::node* genreNode = root.get("genre");
         const std::string genre = genreNode ? Text(*genreNode, "genre") : std::string(kDefaultGenre);
         if (genre.empty())
@@ -118,6 +120,8 @@ public:
 
         generator.GenreLibs().clear();
         generator.CreateDefaultGenre();
+        if (const toml::node* scripts = root.get("scripts"))
+            GlobalScripts(generator, *scripts);
         CGenGenreLib& genreLib = generator.GenreLibs().front();
         genreLib.mGenre = genre;
         if (const toml::node* map = root.get("drum-map"))
@@ -226,7 +230,14 @@ private:
             lib.mStyles.clear();
             for (const auto& [file, at] : Files(*styles, "styles")) {
                 CGenStyle style;
-                ParseStyleSource(ReadSource(file, *at), file, style);
+                ParseStyleSource(ReadSource(file, *at), file, style,
+                    [this](const std::string& script, std::string& error) -> std::optional<std::string> {
+                        const auto bytes = ZKFileRead((mRoot / script).string(), &error);
+                        if (!bytes)
+                            return std::nullopt;
+                        return std::string(bytes->begin(), bytes->end());
+                    });
+                IncludedScriptsExist(style, *at, file);
                 if (!mStyleIDs.insert(style.UniqueID()).second)
                     Fail(*at, "style id '" + style.UniqueID() + "' of '" + file + "' is used twice");
                 lib.mStyles.push_back(std::move(style));
@@ -258,8 +269,48 @@ private:
         lib.mConcretizer.Reset();
     }
 
+    // The global scripts: name = "file.lua", into the library's pool; each
+    // is checked as the engine compiles it.
+    void GlobalScripts(CGenGenerator& generator, const toml::node& n)
+    {
+        if (!n.is_table())
+            Fail(n, "scripts must be a table of name = \"file.lua\"");
+        for (const auto& [k, v] : *n.as_table()) {
+            const std::string name(k.str());
+            if (!CGenGlobalLuaScriptsPool::IsValidIdentifier(name))
+                Fail(v, "'" + name + "' can't name a script (a file name without '/')");
+            const std::string file = Text(v, "script '" + name + "'");
+            const std::string text = ReadSource(file, v);
+            int line = 0;
+            std::string message;
+            if (!zkgen::lua::CheckLuaSyntax(text, line, message))
+                throw TContentError(file, line, message);
+            generator.GlobalLuaScriptsPool().setLuaScriptForIdentifier(text, name);
+            mScriptNames.insert(name);
+        }
+    }
+
+    // A style that includes a script the manifest doesn't have is a mistake
+    // (the engine would skip it without a word).
+    void IncludedScriptsExist(const CGenStyle& style, const toml::node& at, const std::string& file) const
+    {
+        const auto v = style.StyleGraphs().PropertyForKey(kCGenStyleGraphsProperty_IncludeScript);
+        if (!v || !v->IsString())
+            return;
+        const std::string lines = v->AsString(std::string());
+        size_t start = 0;
+        while (start <= lines.size()) {
+            const size_t nl = std::min(lines.find('\n', start), lines.size());
+            const std::string name = lines.substr(start, nl - start);
+            if (mScriptNames.count(name) == 0)
+                Fail(at, "style '" + file + "' includes the script '" + name + "', which [scripts] does not have");
+            start = nl + 1;
+        }
+    }
+
     fs::path mRoot;
     std::string mFile;
+    std::set<std::string> mScriptNames;
     // The players' styles share the bundle's folder of style files, named
     // by name and id: an id serves one style of the whole library.
     std::set<std::string> mStyleIDs;

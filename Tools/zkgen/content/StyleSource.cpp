@@ -6,6 +6,8 @@
 
 #include <Generator/CGenTypes.h>
 #include <Generator/stylegraph/CGenGFModule.h>
+#include <Generator/scripting/CGenLuaCheck.h>
+#include <Generator/stylegraph/CGenGFModuleLua.h>
 #include <Generator/stylegraph/CGenGFModuleMultiplexer.h>
 #include <Generator/stylegraph/CGenGFModuleStringSwitch.h>
 #include <Generator/stylegraph/CGenGFNodeManager.h>
@@ -41,7 +43,7 @@ std::string Join(const std::map<std::string, const char*>& m)
 
 class TStyleReader {
 public:
-    TStyleReader(std::string fileName) : mFile(std::move(fileName)) {}
+    TStyleReader(std::string fileName, TStyleFileReader readFile) : mFile(std::move(fileName)), mReadFile(std::move(readFile)) {}
 
     [[noreturn]] void Fail(const toml::node& at, const std::string& message) const
     {
@@ -103,7 +105,7 @@ private:
         const std::string key = String(*keyNode, "a module's key");
         const std::string where = "module '" + key + "'";
         CheckKeys(t, {"key", "class", "inputs", "state", "ranges", "bins", "regex", "port-class", "inputs-count",
-                         "outputs-count"},
+                         "outputs-count", "script"},
             where);
         if (key.empty() || key.find('.') != std::string::npos)
             Fail(*keyNode, "module key '" + key + "' must be non-empty and without '.'");
@@ -171,11 +173,20 @@ private:
             if (&routing->portClass() != portClass)
                 Fail(*n, "port class '" + name + "' cannot be switched to in " + where);
         }
+        auto* lua = dynamic_cast<CGenGFModuleLua*>(&module);
         if (const toml::node* n = t.get("inputs-count")) {
             auto* mux = dynamic_cast<CGenGFModuleMultiplexer*>(&module);
-            if (!mux)
-                Fail(*n, where + " is not a multiplexer");
-            mux->setInputCount(Count(*n, "inputs-count"));
+            if (mux)
+                mux->setInputCount(Count(*n, "inputs-count"));
+            else if (lua)
+                lua->setInputCount(ScriptPortCount(*n, "inputs-count"));
+            else
+                Fail(*n, where + " is not a multiplexer or a script");
+        }
+        if (const toml::node* n = t.get("script")) {
+            if (!lua)
+                Fail(*n, where + " is not a script module (class Lua)");
+            lua->setLuaScript(Script(*n));
         }
         const toml::node* outputs = t.get("outputs-count");
         auto* stringSwitch = dynamic_cast<CGenGFModuleStringSwitch*>(&module);
@@ -217,9 +228,38 @@ private:
                 valueSwitch->setOutputCount(count);
             else if (auto* demux = dynamic_cast<CGenGFModuleDemultiplexer*>(&module))
                 demux->setOutputCount(count);
+            else if (lua)
+                lua->setOutputCount(ScriptPortCount(*outputs, "outputs-count"));
             else
                 Fail(*outputs, where + " has no output count to set");
         }
+    }
+
+    // A script module has 1 to 64 ports of each kind.
+    int64_t ScriptPortCount(const toml::node& n, const std::string& what) const
+    {
+        if (!n.is_integer() || n.as_integer()->get() < 1 || n.as_integer()->get() > CGenGFModuleLua::kMaxPortCount)
+            Fail(n, what + " of a script must be a whole number 1 to 64");
+        return n.as_integer()->get();
+    }
+
+    // The text of a script file, checked as the engine compiles it.
+    std::string Script(const toml::node& n) const
+    {
+        const std::string file = String(n, "script");
+        std::string error;
+        std::optional<std::string> text;
+        if (mReadFile)
+            text = mReadFile(file, error);
+        else
+            error = "no files can be read here";
+        if (!text)
+            Fail(n, "cannot read script '" + file + "': " + error);
+        int line = 0;
+        std::string message;
+        if (!zkgen::lua::CheckLuaSyntax(*text, line, message))
+            throw TContentError(file, line, message);
+        return *text;
     }
 
     // Routing modules take 2 to 128 ports.
@@ -310,11 +350,13 @@ private:
     static std::string Trim(const std::string& s) { return std::string(ZKTrimWhitespace(s)); }
 
     std::string mFile;
+    TStyleFileReader mReadFile;
 };
 
 } // namespace
 
-void ParseStyleSource(const std::string& text, const std::string& fileName, CGenStyle& style)
+void ParseStyleSource(const std::string& text, const std::string& fileName, CGenStyle& style,
+    const TStyleFileReader& readFile)
 {
     toml::table root;
     try {
@@ -322,14 +364,28 @@ void ParseStyleSource(const std::string& text, const std::string& fileName, CGen
     } catch (const toml::parse_error& e) {
         throw TContentError(fileName, static_cast<int>(e.source().begin.line), std::string(e.description()));
     }
-    TStyleReader reader(fileName);
-    reader.CheckKeys(root, {"name", "id", "graphs"}, "the style file");
+    TStyleReader reader(fileName, readFile);
+    reader.CheckKeys(root, {"name", "id", "graphs", "include-scripts"}, "the style file");
     const toml::node* name = root.get("name");
     const toml::node* id = root.get("id");
     if (!name || !id)
         throw TContentError(fileName, 1, "a style needs a name and an id");
     style.SetName(reader.String(*name, "name"));
     style.SetUniqueID(reader.String(*id, "id"));
+    if (const toml::node* includes = root.get("include-scripts")) {
+        if (!includes->is_array())
+            reader.Fail(*includes, "include-scripts must be a list of script names");
+        std::string lines;
+        for (const toml::node& n : *includes->as_array()) {
+            const std::string name = reader.String(n, "an included script's name");
+            if (name.empty() || name.find('\n') != std::string::npos)
+                reader.Fail(n, "an included script's name must be one line, not empty");
+            if (!lines.empty())
+                lines += '\n';
+            lines += name;
+        }
+        style.StyleGraphs().SetPropertyForKey(TGenDictValue(lines), kCGenStyleGraphsProperty_IncludeScript);
+    }
     const toml::node* graphs = root.get("graphs");
     if (!graphs)
         return;
