@@ -97,6 +97,45 @@ void BM_DemoSongPerform(benchmark::State& state)
 }
 BENCHMARK(BM_DemoSongPerform)->Arg(38)->Arg(500)->Unit(benchmark::kMillisecond);
 
+// One Generate of the drummer over a region of `bars` 4/4 bars with the
+// demo's scripted style (module scripts on the family and global graphs),
+// in the sandbox as zkgen runs it. The script state is made by the first
+// call and kept, as in a host.
+void BM_DemoScriptedGenerate(benchmark::State& state)
+{
+    const int bars = static_cast<int>(state.range(0));
+    CGenGenerator generator;
+    zkgen::lua::TScriptSandbox sandbox;
+    sandbox.mEnabled = true;
+    generator.SetScriptSandbox(sandbox);
+    if (!generator.LoadFromURL(DemoBundle().mUrl)) {
+        state.SkipWithError("the demo bundle does not load");
+        return;
+    }
+    CGenGeneratorParams params(4.0f * static_cast<float>(bars), -1);
+    params.mGenerateStartPosAbs = 0.0f;
+    params.mEvsSignTime.InsertAtCorrectBeatPos(CGenEvSignTime(0.0f, CGenSignTime(4, 2)));
+    params.mEvsTempo.InsertAtCorrectBeatPos(CGenEvTempo(0.0f, 112.0));
+    params.mEdgesAndHistory_Active = true;
+    params.mPatternCoordStaticAcExt = CGenPatternCoordExt(60.0f, 80.0f);
+    params.SetRegionParameterFloat(CGenGeneratorParamsRegion::kComplexity, 60.0);
+    params.SetRegionParameterFloat(CGenGeneratorParamsRegion::kIntensity, 80.0);
+    TGenDict memento;
+    size_t notes = 0;
+    for (auto _ : state) {
+        CGenGeneratorParams p = params;
+        CGenEvsNameds evs;
+        generator.Generate(TGenerateWhat_All, TRandomSeedMode_Keep, p, &memento, evs);
+        notes = evs.empty() ? 0 : evs.front().mEvs.size();
+    }
+    if (notes == 0)
+        state.SkipWithError("nothing was played");
+    state.counters["notes"] = static_cast<double>(notes);
+    state.counters["per_bar"] = benchmark::Counter(static_cast<double>(bars),
+        benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+BENCHMARK(BM_DemoScriptedGenerate)->Arg(8)->Arg(64)->Unit(benchmark::kMillisecond);
+
 } // namespace
 
 #endif

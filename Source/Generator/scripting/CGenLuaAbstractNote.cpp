@@ -283,50 +283,8 @@ const luaL_Reg LuaAbstractOffset::methods[] = {
     {nullptr, nullptr}};
 ZKG_LUA_DEFINE_CLASS(LuaAbstractOffset, "tolvar.LuaAbstractOffset", "LuaAbstractOffset")
 
-void LuaAbstractNote::push(lua_State* L, CAbstractNote* object, CollectGarbage gc)
-{
-    zkgen::lua::PushRef(L, metatableName,
-        gc == CollectGarbage::Yes ? zkgen::lua::OwnedRef(L, object) : zkgen::lua::ObjectRef(L, object));
-}
+ZKG_LUA_DEFINE_OBJECT_ACCESS(LuaAbstractNote, CAbstractNote, checkLuaAbstractNote)
 
-void LuaAbstractNote::push(lua_State* L, const TRef& ref)
-{
-    zkgen::lua::PushRef(L, metatableName, ref);
-}
+ZKG_LUA_DEFINE_OBJECT_ACCESS(LuaAbstractOffsets, CAbstractOffsets, checkLuaAbstractOffsets)
 
-CAbstractNote* LuaAbstractNote::checkLuaAbstractNote(lua_State* L, int idx)
-{
-    return zkgen::lua::CheckObject<CAbstractNote>(L, idx, metatableName, "'LuaAbstractNote' expected", "LuaAbstractNote");
-}
-
-void LuaAbstractOffsets::push(lua_State* L, CAbstractOffsets* object, CollectGarbage gc)
-{
-    zkgen::lua::PushRef(L, metatableName,
-        gc == CollectGarbage::Yes ? zkgen::lua::OwnedRef(L, object) : zkgen::lua::ObjectRef(L, object));
-}
-
-void LuaAbstractOffsets::push(lua_State* L, const TRef& ref)
-{
-    zkgen::lua::PushRef(L, metatableName, ref);
-}
-
-CAbstractOffsets* LuaAbstractOffsets::checkLuaAbstractOffsets(lua_State* L, int idx)
-{
-    return zkgen::lua::CheckObject<CAbstractOffsets>(L, idx, metatableName, "'LuaAbstractOffsets' expected", "LuaAbstractOffsets");
-}
-
-void LuaAbstractOffset::push(lua_State* L, CAbstractOffset* object, CollectGarbage gc)
-{
-    zkgen::lua::PushRef(L, metatableName,
-        gc == CollectGarbage::Yes ? zkgen::lua::OwnedRef(L, object) : zkgen::lua::ObjectRef(L, object));
-}
-
-void LuaAbstractOffset::push(lua_State* L, const TRef& ref)
-{
-    zkgen::lua::PushRef(L, metatableName, ref);
-}
-
-CAbstractOffset* LuaAbstractOffset::checkLuaAbstractOffset(lua_State* L, int idx)
-{
-    return zkgen::lua::CheckObject<CAbstractOffset>(L, idx, metatableName, "'LuaAbstractOffset' expected", "LuaAbstractOffset");
-}
+ZKG_LUA_DEFINE_OBJECT_ACCESS(LuaAbstractOffset, CAbstractOffset, checkLuaAbstractOffset)

@@ -5,8 +5,10 @@
 #include "Generator/CGenGeneratorParams.h"
 #include "Generator/harmony/CGenEvChord.h"
 #include "Generator/harmony/CHarmonicContext.h"
+#include "Generator/timesig/CGenEvsSignKey.h"
 
 #include <sstream>
+#include <vector>
 
 using namespace CGenLua;
 
@@ -224,6 +226,181 @@ int ScaleHasInterval(lua_State* L)
     return 1;
 }
 
+// ----- degrees: 1-based in Lua, TDegreeNr.Undef (-1) for a key that is no
+// degree; keys 0..11, TKeyNr.Undef (15) for none.
+
+int PushDegree(lua_State* L, int degree0)
+{
+    lua_pushinteger(L, degree0 < 0 ? -1 : degree0 + 1);
+    return 1;
+}
+
+int PushKey(lua_State* L, int key)
+{
+    lua_pushinteger(L, key < 0 || key > 11 ? kKeyNrUndef15 : key);
+    return 1;
+}
+
+// The written key at the chord.
+CSignKeyHeavy SignKeyAtChord(lua_State* L, const TLuaChordRecord& r, const char* name)
+{
+    CGenContext* ctx = RunContext(L);
+    if (!ctx || !ctx->mParams)
+        FailIn(name, "genContext == nullptr");
+    const CGenEvSignKey* key = CGenCharContext(ctx).FindEvSignKeyValidAt(r.mChord.mBeatPosAbs);
+    if (!key)
+        FailIn(name, "evsSignKey == nullptr");
+    return key->mSignKey;
+}
+
+// The scale a player uses over the chord: its stated one, else the one it
+// takes in the key (the scale every degree call of a chord counts in, unless
+// its name says otherwise).
+CScaleHeavy ScaleAtChord(lua_State* L, const TLuaChordRecord& r, const char* name)
+{
+    return r.mChord.ScaleInSignKey(SignKeyAtChord(L, r, name));
+}
+
+int DegreeArg(lua_State* L, const char* name)
+{
+    CheckArgCount(L, name, 2, 2);
+    return static_cast<int>(ArgInteger(L, 2, name));
+}
+
+int RootNoteSignKeyDegreeNr(lua_State* L)
+{
+    const TLuaChordRecord& r = Check(L);
+    return PushDegree(L, r.mChord.mChord.RootNoteDegreeNrInSignKey(SignKeyAtChord(L, r, "RootNoteSignKeyDegreeNr")));
+}
+
+int BassNoteSignKeyDegreeNr(lua_State* L)
+{
+    const TLuaChordRecord& r = Check(L);
+    return PushDegree(L, r.mChord.mChord.BassNoteDegreeNrInSignKey(SignKeyAtChord(L, r, "BassNoteSignKeyDegreeNr")));
+}
+
+// THarmFuncEnum of the chord against the harmonic center at it: the root's
+// step above the center and the chord's quality. Suspended and power chords
+// count as major; a step and quality without an entry is undef (-1).
+int HarmFunc(lua_State* L)
+{
+    const TLuaChordRecord& r = Check(L);
+    const CSignKeyLite center = HarmCenterAtChord(L, r, "HarmFunc");
+    const CKeyEnh& root = r.mChord.mChord.RootKeyEnh();
+    int func = -1;
+    if (!root.IsUndef()) {
+        const int step = KeyNrWrapped(static_cast<int64_t>(root.mKeyNr) - center.mKeyNr);
+        const TBasicChord basic = r.mChord.mChord.BasicChord();
+        const bool minor = basic == TBasicChord_Minor;
+        const bool dim = basic == TBasicChord_Diminished;
+        const bool major = basic == TBasicChord_Major || basic == TBasicChord_Sus4 || basic == TBasicChord_Sus2
+            || basic == TBasicChord_Power;
+        // Per step: the major entry, the minor entry, the diminished entry.
+        struct TRow {
+            int mStep, mMajor, mMinor, mDim;
+        };
+        static const TRow kRows[] = {{0, 0, 1, -1}, {2, 2, 3, 4}, {4, 5, 6, -1}, {5, 7, 8, -1}, {7, 9, 10, -1},
+            {9, 11, 12, -1}, {10, 13, -1, -1}, {11, -1, -1, 14}};
+        for (const TRow& row : kRows)
+            if (row.mStep == step)
+                func = major ? row.mMajor : minor ? row.mMinor : dim ? row.mDim : -1;
+    }
+    lua_pushinteger(L, func);
+    return 1;
+}
+
+// A key relative to the chord's root, as a degree of a scale.
+int ChordKeyToDegree(lua_State* L, const TLuaChordRecord& r, const CScaleHeavy& scale, int chordKey)
+{
+    return PushDegree(L, scale.KeyNrToDegreeNr(r.mChord.mChord.KeyNrFromChordKeyNr(chordKey)));
+}
+
+int ScaleDegreeNrFromChordKeyNr(lua_State* L)
+{
+    static const char* const kName = "ScaleDegreeNrFromChordKeyNr";
+    const TLuaChordRecord& r = Check(L);
+    const int key = DegreeArg(L, kName);
+    return ChordKeyToDegree(L, r, ScaleAtChord(L, r, kName), key);
+}
+
+// In the chord's own scale, whatever the key.
+int ChordDegreeNrFromChordKeyNr(lua_State* L)
+{
+    const TLuaChordRecord& r = Check(L);
+    const int key = DegreeArg(L, "ChordDegreeNrFromChordKeyNr");
+    return ChordKeyToDegree(L, r, r.mChord.mChord.OwnScale(), key);
+}
+
+// In the scale the chord takes in the key, even when another one was stated with it.
+int ChordModalScaleInSignKeyDegreeNrFromChordKeyNr(lua_State* L)
+{
+    static const char* const kName = "ChordModalScaleInSignKeyDegreeNrFromChordKeyNr";
+    const TLuaChordRecord& r = Check(L);
+    const int key = DegreeArg(L, kName);
+    return ChordKeyToDegree(L, r, r.mChord.mChord.ConstructScaleInSignKey(SignKeyAtChord(L, r, kName)), key);
+}
+
+int ChordKeyNrFromDegreeNr(lua_State* L)
+{
+    static const char* const kName = "ChordKeyNrFromDegreeNr";
+    const TLuaChordRecord& r = Check(L);
+    const int degree = DegreeArg(L, kName);
+    const CScaleHeavy scale = ScaleAtChord(L, r, kName);
+    if (degree < 1 || scale.IsUndef())
+        return PushKey(L, -1);
+    return PushKey(L, r.mChord.mChord.ChordKeyNrFromKeyNr(scale.DegreeNrToKeyNr(degree - 1)));
+}
+
+int BassDegreeNrsFromChordKeyNr(lua_State* L)
+{
+    const TLuaChordRecord& r = Check(L);
+    const int key = DegreeArg(L, "BassDegreeNrsFromChordKeyNr");
+    const CChordHeavy& chord = r.mChord.mChord;
+    const std::vector<int> degrees =
+        key < 0 ? std::vector<int>() : BassDegreeNrsFromChordAndChordKeyNr(chord, chord.KeyNrFromChordKeyNr(key));
+    lua_createtable(L, static_cast<int>(degrees.size()), 0);
+    for (size_t i = 0; i < degrees.size(); ++i) {
+        lua_pushinteger(L, degrees[i] + 1);
+        lua_rawseti(L, -2, static_cast<lua_Integer>(i + 1));
+    }
+    return 1;
+}
+
+int ChordKeyNrFromBassDegreeNr(lua_State* L)
+{
+    const TLuaChordRecord& r = Check(L);
+    const int degree = DegreeArg(L, "ChordKeyNrFromBassDegreeNr");
+    const CChordHeavy& chord = r.mChord.mChord;
+    const int key = degree < 1 ? -1 : ChordKeyNrFromChordAndBassDegreeNr(chord, degree - 1);
+    return PushKey(L, key < 0 ? -1 : chord.ChordKeyNrFromKeyNr(key));
+}
+
+// A key relative to the harmonic center at the chord, as a degree of the
+// scale over the chord, and back.
+int ScaleDegreeNrFromHarmCenterKeyNr(lua_State* L)
+{
+    static const char* const kName = "ScaleDegreeNrFromHarmCenterKeyNr";
+    const TLuaChordRecord& r = Check(L);
+    const int key = DegreeArg(L, kName);
+    const CSignKeyLite center = HarmCenterAtChord(L, r, kName);
+    if (key < 0)
+        return PushDegree(L, -1);
+    const int keyNr = KeyNrWrapped(static_cast<int64_t>(center.mKeyNr) + key);
+    return PushDegree(L, ScaleAtChord(L, r, kName).KeyNrToDegreeNr(keyNr));
+}
+
+int HarmCenterKeyNrFromScaleDegreeNr(lua_State* L)
+{
+    static const char* const kName = "HarmCenterKeyNrFromScaleDegreeNr";
+    const TLuaChordRecord& r = Check(L);
+    const int degree = DegreeArg(L, kName);
+    const CSignKeyLite center = HarmCenterAtChord(L, r, kName);
+    const CScaleHeavy scale = ScaleAtChord(L, r, kName);
+    if (degree < 1 || scale.IsUndef())
+        return PushKey(L, -1);
+    return PushKey(L, KeyNrWrapped(static_cast<int64_t>(scale.DegreeNrToKeyNr(degree - 1)) - center.mKeyNr));
+}
+
 int ToString(lua_State* L)
 {
     const TLuaChordRecord& r = Check(L);
@@ -259,6 +436,27 @@ const luaL_Reg LuaChord::methods[] = {
     {"HasInterval", ZKG_LUA_FN(HasInterval)},
     {"ScaleHasInterval", ZKG_LUA_FN(ScaleHasInterval)},
     {"Name", ZKG_LUA_FN(Name)},
+    {"RootNoteSignKeyDegreeNr", ZKG_LUA_FN(RootNoteSignKeyDegreeNr)},
+    {"RootNoteDegreeInLocalSignKey", ZKG_LUA_FN(RootNoteSignKeyDegreeNr)},
+    {"BassNoteSignKeyDegreeNr", ZKG_LUA_FN(BassNoteSignKeyDegreeNr)},
+    {"BassNoteDegreeInLocalSignKey", ZKG_LUA_FN(BassNoteSignKeyDegreeNr)},
+    {"HarmFunc", ZKG_LUA_FN(HarmFunc)},
+    {"ScaleDegreeNrFromChordKeyNr", ZKG_LUA_FN(ScaleDegreeNrFromChordKeyNr)},
+    {"ScaleDegreeNrFromAbstractKeyNr", ZKG_LUA_FN(ScaleDegreeNrFromChordKeyNr)},
+    {"ChordDegreeNrFromChordKeyNr", ZKG_LUA_FN(ChordDegreeNrFromChordKeyNr)},
+    {"ChordDegreeNrFromAbstractKeyNr", ZKG_LUA_FN(ChordDegreeNrFromChordKeyNr)},
+    {"ChordModalScaleInSignKeyDegreeNrFromChordKeyNr", ZKG_LUA_FN(ChordModalScaleInSignKeyDegreeNrFromChordKeyNr)},
+    {"DegreeNrFromAbstractKeyNr", ZKG_LUA_FN(ChordModalScaleInSignKeyDegreeNrFromChordKeyNr)},
+    {"ChordKeyNrFromDegreeNr", ZKG_LUA_FN(ChordKeyNrFromDegreeNr)},
+    {"AbstractKeyNrFromDegreeNr", ZKG_LUA_FN(ChordKeyNrFromDegreeNr)},
+    {"BassDegreeNrsFromChordKeyNr", ZKG_LUA_FN(BassDegreeNrsFromChordKeyNr)},
+    {"BassDegreeNrsFromAbstractKeyNr", ZKG_LUA_FN(BassDegreeNrsFromChordKeyNr)},
+    {"ChordKeyNrFromBassDegreeNr", ZKG_LUA_FN(ChordKeyNrFromBassDegreeNr)},
+    {"AbstractKeyNrFromBassDegreeNr", ZKG_LUA_FN(ChordKeyNrFromBassDegreeNr)},
+    {"ScaleDegreeNrFromHarmCenterKeyNr", ZKG_LUA_FN(ScaleDegreeNrFromHarmCenterKeyNr)},
+    {"DegreeNrFromHarmCenterKeyNr", ZKG_LUA_FN(ScaleDegreeNrFromHarmCenterKeyNr)},
+    {"HarmCenterKeyNrFromScaleDegreeNr", ZKG_LUA_FN(HarmCenterKeyNrFromScaleDegreeNr)},
+    {"HarmCenterKeyNrFromDegreeNr", ZKG_LUA_FN(HarmCenterKeyNrFromScaleDegreeNr)},
     {"__tostring", ZKG_LUA_FN(ToString)},
     {nullptr, nullptr},
 };

@@ -140,6 +140,23 @@ public:
 
 } // namespace CGenLua
 
+// Defines push (an owner or a view of the run), push of a reference, and
+// the check function of a binding class whose userdata refer to a T.
+#define ZKG_LUA_DEFINE_OBJECT_ACCESS(CLASS, T, CHECK)                                                                  \
+    void CGenLua::CLASS::push(lua_State* L, T* object, CollectGarbage gc)                                              \
+    {                                                                                                                  \
+        zkgen::lua::PushRef(L, metatableName,                                                                          \
+            gc == CollectGarbage::Yes ? zkgen::lua::OwnedRef(L, object) : zkgen::lua::ObjectRef(L, object));          \
+    }                                                                                                                  \
+    void CGenLua::CLASS::push(lua_State* L, const TRef& ref)                                                           \
+    {                                                                                                                  \
+        zkgen::lua::PushRef(L, metatableName, ref);                                                                    \
+    }                                                                                                                  \
+    T* CGenLua::CLASS::CHECK(lua_State* L, int idx)                                                                    \
+    {                                                                                                                  \
+        return zkgen::lua::CheckObject<T>(L, idx, metatableName, "'" #CLASS "' expected", #CLASS);                     \
+    }
+
 // Defines the name, the counts and Register of a binding class; stands after
 // the definitions of its `functions` and `methods` (each ends with {nullptr,
 // nullptr}). GLOBAL is the global table's name, or nullptr for none.

@@ -192,6 +192,8 @@ const luaL_Reg LuaContext::methods[] = {
     {"IncompleteLastBarLengthInTargetTimeSign", ZKG_LUA_FN(zkgen::lua::ctxapi::LastBarLengthInTargetTimeSign)},
     {"GeneratePosRelToLeftBar", ZKG_LUA_FN(zkgen::lua::ctxapi::GeneratePosRel)},
     {"GetRegionParameterFloat", ZKG_LUA_FN(zkgen::lua::ctxapi::GetRegionParameter)},
+    {"FamilyClaveString", ZKG_LUA_FN(zkgen::lua::ctxapi::ClaveFamilyName)},
+    {"AddOnClaveString", ZKG_LUA_FN(zkgen::lua::ctxapi::ClaveAddOnName)},
     {nullptr, nullptr},
 };
 #undef ZKG_LUA_CONTEXT_ENTRY

@@ -14,19 +14,15 @@ namespace zkgen::lua::ctxapi {
 namespace {
 
 using CGenLua::CollectGarbage;
+using CGenLua::LuaEvents;
 using CGenLua::LuaPatterns;
 
-// The chosen pattern of a layer `offset` entries from the one in force at
-// `pos`; null for a layer above Percussion, an empty layer or an offset
-// that leaves the sequence.
-const CGenPatternModAndProb* PatternAt(const CGenContext& ctx, int64_t type, float pos, int64_t offset)
+// The entry of a sequence `offset` entries from the last one that starts at
+// or before `pos`; null when none does or the offset leaves the sequence.
+const CGenPatternModAndProb* EntryAt(const CGenPatternModAndProbs& seq, float pos, int64_t offset)
 {
-    if (type < 0 || type > TPatternGraphType_Percussion || GenIsUndef(pos))
+    if (GenIsUndef(pos))
         return nullptr;
-    const auto it = ctx.mPatternMap.find(static_cast<TPatternGraphType>(type));
-    if (it == ctx.mPatternMap.end() || it->second.empty())
-        return nullptr;
-    const CGenPatternModAndProbs& seq = it->second;
     int64_t inForce = -1;
     for (size_t i = 0; i < seq.size(); ++i)
         if (GenIsDef(seq[i].mBeatPosAbs) && seq[i].mBeatPosAbs <= pos)
@@ -37,6 +33,19 @@ const CGenPatternModAndProb* PatternAt(const CGenContext& ctx, int64_t type, flo
     if (ix < 0 || ix >= static_cast<int64_t>(seq.size()))
         return nullptr;
     return &seq[static_cast<size_t>(ix)];
+}
+
+// The chosen pattern of a layer `offset` entries from the one in force at
+// `pos`; null for a layer above Percussion, an empty layer or an offset
+// that leaves the sequence.
+const CGenPatternModAndProb* PatternAt(const CGenContext& ctx, int64_t type, float pos, int64_t offset)
+{
+    if (type < 0 || type > TPatternGraphType_Percussion || GenIsUndef(pos))
+        return nullptr;
+    const auto it = ctx.mPatternMap.find(static_cast<TPatternGraphType>(type));
+    if (it == ctx.mPatternMap.end())
+        return nullptr;
+    return EntryAt(it->second, pos, offset);
 }
 
 // A list of one copied pattern, in the frame of the layer's sequence.
@@ -97,6 +106,29 @@ int PatternNameAtOffset(lua_State* L)
         return 0;
     const std::string& name = pattern->PatternToBeRead().mName;
     lua_pushlstring(L, name.data(), name.size());
+    return 1;
+}
+
+// The merged events live where the graph over them receives its list: the
+// stage that runs that graph hands each merged element in as the one entry
+// of the context's input patterns, at the element's position (and the
+// generate position is that position). So the entry in force at the generate
+// position is the current merged element, and an offset walks the input list.
+// The events are copied as they are (they count from the region, not from
+// the entry). Outside that stage the input list is the current layer's
+// candidates, which the same walk reads.
+int MergedEvsAtOffset(lua_State* L)
+{
+    CGenContext& ctx = Self(L);
+    CheckArgCount(L, "MergedEvsAtOffset", 2, 2);
+    const int64_t offset = ArgInteger(L, 2, "MergedEvsAtOffset");
+    // The generate position was made relative to the left bar and back; a
+    // rounding step must not lose the element that starts there.
+    const float pos = GenAddRegardingUndef(ctx.GeneratePosAbs(), 1.0e-3f);
+    const CGenPatternModAndProb* entry = EntryAt(ctx.mInputPatterns, pos, offset);
+    if (!entry)
+        return 0;
+    LuaEvents::push(L, new CGenEvs(entry->PatternToBeRead().mEvs), CollectGarbage::Yes);
     return 1;
 }
 

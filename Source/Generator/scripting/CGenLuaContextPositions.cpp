@@ -35,16 +35,6 @@ float GenerateEndPos(const CGenGeneratorParams& p)
     return p.mGenerateStartPosAbs + p.mGenerateLength;
 }
 
-// The position in its bar of the default (4/4) frame, of a target position.
-float PosInBarDefault(CGenContext& ctx, float posAbsTarget)
-{
-    const float d = CGenSignTimeDefault::BeatPosAbsFromSTDefaultOrTargetToSTDefault(posAbsTarget,
-        TSTDefaultOrTarget::Target, CGenCharContext(&ctx));
-    if (GenIsUndef(d))
-        return TGenBeatPos_Undef;
-    return d - std::floor(d / 4.0f) * 4.0f;
-}
-
 // The tempo at a target position, or the failure of the lookup.
 double TempoAt(const CGenGeneratorParams& p, float pos, const char* name, bool mentionNonEmpty)
 {
@@ -59,6 +49,15 @@ double TempoAt(const CGenGeneratorParams& p, float pos, const char* name, bool m
 }
 
 } // namespace
+
+float PosInBarDefault(CGenContext& ctx, float posAbsTarget)
+{
+    const float d = CGenSignTimeDefault::BeatPosAbsFromSTDefaultOrTargetToSTDefault(posAbsTarget,
+        TSTDefaultOrTarget::Target, CGenCharContext(&ctx));
+    if (GenIsUndef(d))
+        return TGenBeatPos_Undef;
+    return d - std::floor(d / 4.0f) * 4.0f;
+}
 
 // ----- generate range and position
 

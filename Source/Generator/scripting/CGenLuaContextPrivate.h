@@ -41,6 +41,10 @@ TSTDefaultOrTarget ReadST(lua_State* L, int idx, const char* name);
 // the generate start, 0 for that bar when the start lies inside it.
 int GenerateBarRelOfPos(const CGenGeneratorParams& params, float posAbs);
 
+// The position in its bar of the default (4/4) frame, of a target position
+// (undefined when it can't be converted).
+float PosInBarDefault(CGenContext& ctx, float posAbsTarget);
+
 #define ZKG_LUA_CONTEXT_METHODS(X)                                                                                     \
     X(GenerateStartPosAbs)                                                                                             \
     X(GenerateStartPosInBarDefTimeSign)                                                                                \
@@ -94,6 +98,27 @@ int GenerateBarRelOfPos(const CGenGeneratorParams& params, float posAbs);
     X(SetSignTimeTrafosPresetForLayerBitmask)                                                                          \
     X(ApplySignTimeTrafoDefaultToTarget)                                                                               \
     X(GraphContainsEvAtPos)                                                                                            \
+    X(MergedEvsAtOffset)                                                                                               \
+    X(ClaveFamilyName)                                                                                                 \
+    X(ClaveAddOnName)                                                                                                  \
+    X(ClaveFilteredFamilyName)                                                                                         \
+    X(ClaveFilteredAddOnName)                                                                                          \
+    X(ClaveUniAlphabetFamilyBits)                                                                                      \
+    X(ClaveUniAlphabetFamilyName)                                                                                      \
+    X(ClaveUniAlphabetAddOnBits)                                                                                       \
+    X(ClaveUniAlphabetAddOnName)                                                                                       \
+    X(ClaveEvsAsPattern)                                                                                               \
+    X(ClaveEvsAllAsPatterns)                                                                                           \
+    X(FillStartPosInBarDefTimeSign)                                                                                    \
+    X(FillEndPosInBarDefTimeSign)                                                                                      \
+    X(FillOverlayAcStartPosInBarDefTimeSign)                                                                           \
+    X(FillOverlayAcEndPosInBarDefTimeSign)                                                                             \
+    X(FillOverlaySyStartPosInBarDefTimeSign)                                                                           \
+    X(FillOverlaySyEndPosInBarDefTimeSign)                                                                             \
+    X(FillOverlayPercStartPosInBarDefTimeSign)                                                                         \
+    X(FillOverlayPercEndPosInBarDefTimeSign)                                                                           \
+    X(FillOverlayForLayerStartPosInBarSTDefault)                                                                       \
+    X(FillOverlayForLayerEndPosInBarSTDefault)                                                                         \
     X(HarmonicContextAtBeatPosRel_Chord)                                                                               \
     X(HarmonicContextAtBeatPosRel_HarmCenter)                                                                          \
     X(HarmonicContextAtBeatPosRel_SignKey)                                                                             \

@@ -160,35 +160,45 @@ int BeatPosAbsNoOffset(lua_State* L)
     return PushBeatPosAbs(L, false);
 }
 
-int PushInBarTarget(lua_State* L, bool plusOffset)
+// Positions in the song's frame: in the bar or in the beat, read and set
+// through the same frame.
+using TFrameGetter = float (CGenEv::*)(float, const CGenEvsSignTime&) const;
+using TFrameSetter = void (CGenEv::*)(float, const CGenEvsSignTime&, float, TSetBeatPosAbsOption);
+
+int PushInTargetFrame(lua_State* L, bool plusOffset, TFrameGetter get)
 {
     const CGenEv& ev = Ev(L);
     float start = TGenBeatPos_Undef;
     const CGenEvsSignTime* signs = nullptr;
     if (!TargetFrame(L, start, signs))
         return 0;
-    return zkgen::lua::PushPos(L, ev.BeatPosAbsInBar(start + (plusOffset ? OffsetOrZero(ev) : 0.0f), *signs));
+    return zkgen::lua::PushPos(L, (ev.*get)(start + (plusOffset ? OffsetOrZero(ev) : 0.0f), *signs));
+}
+
+int SetInTargetFrame(lua_State* L, const char* function, TFrameSetter set)
+{
+    CGenEv& ev = Ev(L);
+    const float pos = zkgen::lua::PosFromLua(ArgNumber(L, 2, function));
+    float start = TGenBeatPos_Undef;
+    const CGenEvsSignTime* signs = nullptr;
+    if (TargetFrame(L, start, signs))
+        (ev.*set)(start, *signs, pos, TSetBeatPosAbsOption_Allow);
+    return 0;
 }
 
 int BeatPosAbsInBarTarget(lua_State* L)
 {
-    return PushInBarTarget(L, true);
+    return PushInTargetFrame(L, true, &CGenEv::BeatPosAbsInBar);
 }
 
 int BeatPosAbsInBarTargetNoOffset(lua_State* L)
 {
-    return PushInBarTarget(L, false);
+    return PushInTargetFrame(L, false, &CGenEv::BeatPosAbsInBar);
 }
 
 int SetBeatPosAbsInBarTarget(lua_State* L)
 {
-    CGenEv& ev = Ev(L);
-    const float pos = zkgen::lua::PosFromLua(ArgNumber(L, 2, "SetBeatPosAbsInBarTarget"));
-    float start = TGenBeatPos_Undef;
-    const CGenEvsSignTime* signs = nullptr;
-    if (TargetFrame(L, start, signs))
-        ev.SetBeatPosAbsInBar(start, *signs, pos, TSetBeatPosAbsOption_Allow);
-    return 0;
+    return SetInTargetFrame(L, "SetBeatPosAbsInBarTarget", &CGenEv::SetBeatPosAbsInBar);
 }
 
 // The source frame is the one patterns are written in: 4/4 from the
@@ -218,35 +228,19 @@ int SetBeatPosAbsInBarSource(lua_State* L)
     return 0;
 }
 
-int PushInBeat(lua_State* L, bool plusOffset)
-{
-    const CGenEv& ev = Ev(L);
-    float start = TGenBeatPos_Undef;
-    const CGenEvsSignTime* signs = nullptr;
-    if (!TargetFrame(L, start, signs))
-        return 0;
-    return zkgen::lua::PushPos(L, ev.BeatPosAbsInBeat(start + (plusOffset ? OffsetOrZero(ev) : 0.0f), *signs));
-}
-
 int BeatPosAbsInBeat(lua_State* L)
 {
-    return PushInBeat(L, true);
+    return PushInTargetFrame(L, true, &CGenEv::BeatPosAbsInBeat);
 }
 
 int BeatPosAbsInBeatNoOffset(lua_State* L)
 {
-    return PushInBeat(L, false);
+    return PushInTargetFrame(L, false, &CGenEv::BeatPosAbsInBeat);
 }
 
 int SetBeatPosAbsInBeat(lua_State* L)
 {
-    CGenEv& ev = Ev(L);
-    const float pos = zkgen::lua::PosFromLua(ArgNumber(L, 2, "SetBeatPosAbsInBeat"));
-    float start = TGenBeatPos_Undef;
-    const CGenEvsSignTime* signs = nullptr;
-    if (TargetFrame(L, start, signs))
-        ev.SetBeatPosAbsInBeat(start, *signs, pos, TSetBeatPosAbsOption_Allow);
-    return 0;
+    return SetInTargetFrame(L, "SetBeatPosAbsInBeat", &CGenEv::SetBeatPosAbsInBeat);
 }
 
 int EndBeatPos(lua_State* L)
@@ -717,18 +711,4 @@ const luaL_Reg LuaEvent::methods[] = {
     {nullptr, nullptr}};
 ZKG_LUA_DEFINE_CLASS(LuaEvent, "tolvar.event", "Event")
 
-void LuaEvent::push(lua_State* L, CGenEv* object, CollectGarbage gc)
-{
-    zkgen::lua::PushRef(L, metatableName,
-        gc == CollectGarbage::Yes ? zkgen::lua::OwnedRef(L, object) : zkgen::lua::ObjectRef(L, object));
-}
-
-void LuaEvent::push(lua_State* L, const TRef& ref)
-{
-    zkgen::lua::PushRef(L, metatableName, ref);
-}
-
-CGenEv* LuaEvent::checkLuaEvent(lua_State* L, int idx)
-{
-    return zkgen::lua::CheckObject<CGenEv>(L, idx, metatableName, "'LuaEvent' expected", "LuaEvent");
-}
+ZKG_LUA_DEFINE_OBJECT_ACCESS(LuaEvent, CGenEv, checkLuaEvent)

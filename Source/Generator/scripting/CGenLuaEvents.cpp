@@ -159,18 +159,4 @@ const luaL_Reg LuaEvents::methods[] = {
     {nullptr, nullptr}};
 ZKG_LUA_DEFINE_CLASS(LuaEvents, "tolvar.events", "LuaEvents")
 
-void LuaEvents::push(lua_State* L, CGenEvs* object, CollectGarbage gc)
-{
-    zkgen::lua::PushRef(L, metatableName,
-        gc == CollectGarbage::Yes ? zkgen::lua::OwnedRef(L, object) : zkgen::lua::ObjectRef(L, object));
-}
-
-void LuaEvents::push(lua_State* L, const TRef& ref)
-{
-    zkgen::lua::PushRef(L, metatableName, ref);
-}
-
-CGenEvs* LuaEvents::checkLuaEvents(lua_State* L, int idx)
-{
-    return zkgen::lua::CheckObject<CGenEvs>(L, idx, metatableName, "'LuaEvents' expected", "LuaEvents");
-}
+ZKG_LUA_DEFINE_OBJECT_ACCESS(LuaEvents, CGenEvs, checkLuaEvents)

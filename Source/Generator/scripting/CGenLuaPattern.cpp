@@ -303,18 +303,4 @@ const luaL_Reg LuaPattern::methods[] = {
     {nullptr, nullptr}};
 ZKG_LUA_DEFINE_CLASS(LuaPattern, "tolvar.pattern", "LuaPattern")
 
-void LuaPattern::push(lua_State* L, CGenPatternModAndProb* object, CollectGarbage gc)
-{
-    zkgen::lua::PushRef(L, metatableName,
-        gc == CollectGarbage::Yes ? zkgen::lua::OwnedRef(L, object) : zkgen::lua::ObjectRef(L, object));
-}
-
-void LuaPattern::push(lua_State* L, const TRef& ref)
-{
-    zkgen::lua::PushRef(L, metatableName, ref);
-}
-
-CGenPatternModAndProb* LuaPattern::checkLuaPattern(lua_State* L, int idx)
-{
-    return zkgen::lua::CheckObject<CGenPatternModAndProb>(L, idx, metatableName, "'LuaPattern' expected", "LuaPattern");
-}
+ZKG_LUA_DEFINE_OBJECT_ACCESS(LuaPattern, CGenPatternModAndProb, checkLuaPattern)

@@ -97,18 +97,4 @@ const luaL_Reg LuaPatterns::methods[] = {
     {nullptr, nullptr}};
 ZKG_LUA_DEFINE_CLASS(LuaPatterns, "tolvar.patterns", "LuaPatterns")
 
-void LuaPatterns::push(lua_State* L, CGenPatternModAndProbs* object, CollectGarbage gc)
-{
-    zkgen::lua::PushRef(L, metatableName,
-        gc == CollectGarbage::Yes ? zkgen::lua::OwnedRef(L, object) : zkgen::lua::ObjectRef(L, object));
-}
-
-void LuaPatterns::push(lua_State* L, const TRef& ref)
-{
-    zkgen::lua::PushRef(L, metatableName, ref);
-}
-
-CGenPatternModAndProbs* LuaPatterns::checkLuaPatterns(lua_State* L, int idx)
-{
-    return zkgen::lua::CheckObject<CGenPatternModAndProbs>(L, idx, metatableName, "'LuaPatterns' expected", "LuaPatterns");
-}
+ZKG_LUA_DEFINE_OBJECT_ACCESS(LuaPatterns, CGenPatternModAndProbs, checkLuaPatterns)

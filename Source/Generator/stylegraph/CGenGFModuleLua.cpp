@@ -145,6 +145,12 @@ void CGenGFModuleLua::checkLuaScript()
     _luaScriptErrorString = _luaScriptIsValid ? std::string() : (err.empty() ? std::string("error") : err);
 }
 
+void CGenGFModuleLua::resetLuaScript()
+{
+    _luaScriptNeedsCompilation = true;
+    checkLuaScript();
+}
+
 void CGenGFModuleLua::checkGlobalLuaScriptChangeCount(int64_t changeCount)
 {
     if (_globalLuaScriptChangeCount < changeCount) {

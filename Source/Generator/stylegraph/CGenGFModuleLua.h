@@ -52,6 +52,8 @@ public:
     // Compiles the script in a scratch state (without the function wrapper)
     // and sets the valid flag and the error text.
     void checkLuaScript();
+    // Marks the script for compilation and checks it again.
+    void resetLuaScript();
     void checkGlobalLuaScriptChangeCount(int64_t changeCount);
     void compileLuaScript();
     void handleLuaScriptRuntimeFailureWithLuaErrorString(const std::string& error);

@@ -2,7 +2,9 @@
 
 #include "Generator/CGenGenerator.h"
 #include "Generator/stylegraph/CGenGFModule.h"
+#include "Generator/stylegraph/CGenGFModuleLua.h"
 #include "Generator/stylegraph/CGenStyle.h"
+#include "Platform/ZKFileOps.h"
 
 #include <vector>
 
@@ -63,4 +65,72 @@ std::string CGenStyleGraphUtilities::pathStringForModule(const CGenGFModule& mod
     for (auto it = names.rbegin(); it != names.rend(); ++it)
         path.append(path.empty() ? "" : " > ").append(*it);
     return path;
+}
+
+namespace {
+
+// A name that any file system takes.
+std::string FileNameFor(const std::string& text)
+{
+    std::string name;
+    for (char c : text)
+        name.push_back((c == '/' || c == '\\' || c == ':' || c == '\0') ? '_' : c);
+    return name.empty() ? std::string("_") : name;
+}
+
+bool WriteText(const TGenUrl& url, const std::string& text, std::string* error)
+{
+    return ZKFileWriteAtomically(url, TGenData(text.begin(), text.end()), error);
+}
+
+} // namespace
+
+bool CGenStyleGraphUtilities::writeLuaScriptsToURL(const std::string& folder, std::string* error) const
+{
+    if (!mGenerator || !ZKFileCreateDirectory(folder, error))
+        return false;
+    bool ok = true;
+    iterateAllModulesInAllStylesWithBlock([&](CGenStyle& style, const std::string& key, CGenGFModule& module, bool& stop) {
+        const auto* lua = dynamic_cast<const CGenGFModuleLua*>(&module);
+        if (!lua)
+            return;
+        std::string name = style.Identifier();
+        name.append(" - ").append(key).append(" - ").append(pathStringForModule(module)).append(".txt");
+        if (!WriteText(ZKUrlByAppendingPathComponent(folder, FileNameFor(name)), lua->luaScript(), error)) {
+            ok = false;
+            stop = true;
+        }
+    });
+    if (!ok)
+        return false;
+    CGenGlobalLuaScriptsPool& pool = mGenerator->GlobalLuaScriptsPool();
+    const TGenUrl globals = ZKUrlByAppendingPathComponent(folder, "_GlobalLuaScripts");
+    if (pool.count() != 0 && !ZKFileCreateDirectory(globals, error))
+        return false;
+    for (const std::string& id : pool.identifiers())
+        if (auto script = pool.objectForIdentifier(id))
+            if (!WriteText(ZKUrlByAppendingPathComponent(globals, FileNameFor(id + ".txt")), script->luaScript(), error))
+                return false;
+    return true;
+}
+
+void CGenStyleGraphUtilities::resetLuaSripts() const
+{
+    iterateAllModulesInAllStylesWithBlock([](CGenStyle&, const std::string&, CGenGFModule& module, bool&) {
+        if (auto* lua = dynamic_cast<CGenGFModuleLua*>(&module))
+            lua->resetLuaScript();
+    });
+}
+
+CGenGFModule* CGenStyleGraphUtilities::findModule(
+    const std::function<bool(const CGenStyle&, const std::string&, const CGenGFModule&)>& accept) const
+{
+    CGenGFModule* found = nullptr;
+    iterateAllModulesInAllStylesWithBlock([&](CGenStyle& style, const std::string& key, CGenGFModule& module, bool& stop) {
+        if (accept(style, key, module)) {
+            found = &module;
+            stop = true;
+        }
+    });
+    return found;
 }

@@ -30,6 +30,18 @@ public:
     // a root).
     static std::string pathStringForModule(const CGenGFModule& module);
 
+    // Writes the script of every script module as "<style> - <graph> - <path>.txt"
+    // (characters a file name can't hold become "_") into the folder, and
+    // the global scripts as "_GlobalLuaScripts/<identifier>.txt", so that
+    // a library's code can be read and diffed. False with `error` on the
+    // first file that can't be written.
+    bool writeLuaScriptsToURL(const std::string& folder, std::string* error = nullptr) const;
+    // Marks every script module for compilation and checks its text again
+    // (after the script states were cleared, for instance).
+    void resetLuaSripts() const;
+    // The first module the predicate accepts, or null.
+    CGenGFModule* findModule(const std::function<bool(const CGenStyle&, const std::string& graphKey, const CGenGFModule&)>& accept) const;
+
 private:
     CGenGenerator* mGenerator;
 };

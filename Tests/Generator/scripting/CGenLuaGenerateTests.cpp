@@ -6,10 +6,16 @@
 #include "Generator/stylegraph/CGenGFModuleLua.h"
 #include "Generator/stylegraph/CGenGFModulePatternProbProvider.h"
 #include "Generator/stylegraph/CGenStyle.h"
+#include "Generator/stylegraph/CGenStyleGraphUtilities.h"
+#include "Platform/ZKFileOps.h"
+#include "TestSupport/TempDir.h"
 #include "Generator/stylegraph/StyleGraphTestModules.h"
 #include "Generator/scripting/LuaTestSupport.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
 
 namespace {
 
@@ -216,4 +222,36 @@ TEST(CGenLuaGenerate, ScriptRandomNumbersFollowTheSeed)
     EXPECT_EQ(first.size(), 8u);
     EXPECT_EQ(first, second);
     EXPECT_EQ(a.module->luaScriptRuntimeErrorString(), "");
+}
+
+TEST(CGenLuaGenerate, ScriptsAreWrittenOutForReading)
+{
+    ScriptedDrummer d(kPassThrough);
+    d.Include("hooks", "function runOnGenerateBegin() end");
+    zkgtest::TempDir dir("zkgen_lua_out");
+    const CGenStyleGraphUtilities utilities(&d.generator);
+    std::string error;
+    ASSERT_TRUE(utilities.writeLuaScriptsToURL((dir.Path() / "out").string(), &error)) << error;
+    std::vector<std::string> files;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(dir.Path() / "out"))
+        if (entry.is_regular_file())
+            files.push_back(std::filesystem::relative(entry.path(), dir.Path() / "out").string());
+    std::sort(files.begin(), files.end());
+    // The module's file: style identifier, graph key, path from the root.
+    const std::string moduleFile =
+        d.Style().Identifier() + " - " + kStyleGraphKey_AccentFam + " - CGenGFModule > script.txt";
+    EXPECT_EQ(files, (std::vector<std::string> {moduleFile, "_GlobalLuaScripts/hooks.txt"}));
+    const auto text = ZKFileRead(dir.Path() / "out" / moduleFile);
+    ASSERT_TRUE(text);
+    EXPECT_EQ(std::string(text->begin(), text->end()), kPassThrough);
+    // findModule finds it; resetLuaSripts marks it for compilation, and the
+    // next generation runs it.
+    EXPECT_EQ(utilities.findModule([](const CGenStyle&, const std::string&, const CGenGFModule& m) {
+        return dynamic_cast<const CGenGFModuleLua*>(&m) != nullptr;
+    }),
+        d.module);
+    utilities.resetLuaSripts();
+    TGenDict memento;
+    EXPECT_EQ(d.Run(memento).size(), 4u);
+    EXPECT_EQ(d.module->luaScriptRuntimeErrorString(), "");
 }
