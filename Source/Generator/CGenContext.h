@@ -20,6 +20,7 @@ class CGenStyle;
 class CGenGFModule;
 class CGenGrooves;
 class CGenPatternsPool;
+class CGenGFRatingTables;
 struct CGenLuaCacheEntry;
 struct lua_State;
 
@@ -52,6 +53,8 @@ public:
     int mGlobalScriptChangeCount = 0;
     // Set by the pattern stage.
     CGenPatternsPool* mPatternsPool = nullptr;
+    // The generator's standard rating tables, or null when it has none.
+    const CGenGFRatingTables* mRatingTables = nullptr;
     float mRegionLeftCornerEditOffset = 0.0f;
     // Relative to mGenerateStartLeftBarPosAbs; undefined at first, 0 after
     // the pre stage. Modules run once for each value of it.

@@ -124,6 +124,7 @@ bool CGenGenerator::_Generate_Pre_WithoutActnAndMemento(CGenGeneratorParams& par
 
     rt.mContext = std::make_unique<CGenContext>(&params, genreLib, instLib, rt.mDrumMap);
     CGenContext& context = *rt.mContext;
+    context.mRatingTables = &mRatingTables;
     context.mRandom.SetSeed(ZKClockSeed());
     const CGenInstLib& firstInstLib = mGenreLibs.front().mInstLibs.empty() ? *instLib : mGenreLibs.front().mInstLibs.front();
     context.SetFillSeed(firstInstLib.PatternGraph(TPatternGraphType_AccentFamily).Random().State());

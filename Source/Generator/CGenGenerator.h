@@ -12,6 +12,7 @@
 #include "Generator/scripting/CGenGlobalLuaScriptsPool.h"
 #include "Generator/scripting/CGenLuaStateCache.h"
 #include "Generator/stylegraph/CGenGFModule.h"
+#include "Generator/stylegraph/CGenGFRatingTables.h"
 #include "Platform/TGenDict.h"
 
 #include <functional>
@@ -114,6 +115,11 @@ public:
     void UpdateLibraryBundleLocationsWeakPointers();
     const IGeneratorLibraryBundleLocations& LibraryBundleLocations() const;
     CGenPatternsPool& PatternsPool() { return mPatternsPool; }
+    // The library's rating tables (the standard tables of the rating
+    // modules), kept per generator and stored in the bundle's
+    // "Contents/RatingTables" folder.
+    const CGenGFRatingTables& RatingTables() const { return mRatingTables; }
+    CGenGFRatingTables& RatingTables() { return mRatingTables; }
     // The global scripts that styles include ("kCGenStyleGraphsProperty_IncludeScript").
     CGenGlobalLuaScriptsPool& GlobalLuaScriptsPool() { return mGlobalLuaScriptsPool; }
     // What the scripts of this generator may do. Off unless a host asks: a
@@ -201,6 +207,7 @@ private:
     TGenLegacyGlobalLuaScript mLegacyGlobalLuaScript;
     void _AdoptLegacyGlobalLuaScript();
     CGenGlobalLuaScriptsPool mGlobalLuaScriptsPool;
+    CGenGFRatingTables mRatingTables;
     CGenLuaStateCache mLuaStateCache;
     zkgen::lua::TScriptSandbox mScriptSandbox;
     double mLoadTime1 = 1.0;

@@ -11,9 +11,13 @@
 #include <boost/archive/text_oarchive.hpp>
 
 #include <algorithm>
+#include <filesystem>
 #include <sstream>
 
 namespace {
+
+// Below the bundle's "Contents" folder.
+constexpr const char* kRatingTablesFolder = "RatingTables";
 
 // Notification names and their detail keys.
 constexpr const char* kWillLoad = "GenToolLibraryWillLoadNotification";
@@ -240,6 +244,10 @@ bool CGenGenerator::LoadBundleFromURL(const TGenUrl& url)
         }
         mGlobalLuaScriptsPool.updateFromDisc();
         _AdoptLegacyGlobalLuaScript();
+        mRatingTables = CGenGFRatingTables();
+        const TGenUrl ratings = ZKUrlByAppendingPathComponent(places.ContentsFolderURL(), kRatingTablesFolder);
+        if (ZKFileIsDirectory(ratings))
+            mRatingTables.ImportFromFolder(ratings);
     } else {
         // The content that was there stays usable, with its own bundle.
         LogStorage("'LoadBundleFromURL' FAILED because 'DeserializeFromPath' failed.", {});
@@ -266,6 +274,7 @@ bool CGenGenerator::LoadRawLibraryFromURL(const TGenUrl& url)
         mPatternsPool.purge();
         mGlobalLuaScriptsPool.purge();
         _AdoptLegacyGlobalLuaScript();
+        mRatingTables = CGenGFRatingTables();
         mValuesForKeys.reset();
     } else {
         LogStorage("'LoadRawLibraryFromURL' FAILED because 'DeserializeFromPath' failed.", {});
@@ -346,6 +355,17 @@ bool CGenGenerator::SaveToURL(const TGenUrl& target, TGenStorageError* error)
     if (!mPatternsPool.saveToDisc()) {
         LogStorage("Save to '%{public}@' FAILED because '[mPatternsPool saveToDisc]' failed.", {url.string()});
         SetError(error, SaveFailedDescription("[mPatternsPool saveToDisc]"));
+        return false;
+    }
+    // The tables are written whole: an older set must not leave files behind.
+    const TGenUrl ratings =
+        ZKUrlByAppendingPathComponent(mLibraryBundleLocations->ContentsFolderURL(), kRatingTablesFolder);
+    std::error_code removeError;
+    std::filesystem::remove_all(ratings, removeError);
+    if (!mRatingTables.IsEmpty() && !mRatingTables.WriteToFolder(ratings, &reason)) {
+        LogStorage("Save to '%{public}@' FAILED because the rating tables can't be written. (%{public}@)",
+            {url.string(), reason});
+        SetError(error, reason);
         return false;
     }
     if (!mGlobalLuaScriptsPool.saveToDisc()) {

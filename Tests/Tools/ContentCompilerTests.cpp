@@ -364,7 +364,7 @@ TEST(ContentCompilerErrors, ManifestSyntaxAndKeys)
                             "\n"
                             "tempo = 120\n"),
         "library.toml:3: unknown key 'tempo'; the manifest knows genre, kit, drum-map, drums, bass, keys, guitar, "
-        "grooves and scripts");
+        "grooves, scripts and rating-tables");
     EXPECT_EQ(ManifestError("[drums]\n"
                             "systems = []\n"
                             "loops = [\"x.grid\"]\n"),
@@ -501,7 +501,7 @@ TEST(ContentCompilerErrors, StyleFileHead)
     EXPECT_EQ(StyleError(Style("zebra = 1\napple = 2\n")), "s.toml:4: unknown key 'zebra' in the style file");
     EXPECT_EQ(ManifestError("genre = \"G\"\nzebra = 1\napple = 2\n"),
         "library.toml:2: unknown key 'zebra'; the manifest knows genre, kit, drum-map, drums, bass, keys, guitar, "
-        "grooves and scripts");
+        "grooves, scripts and rating-tables");
     EXPECT_EQ(StyleError(Style("[graphs\n")), "s.toml:4: Error while parsing table header: expected ']', saw '\\n'");
     EXPECT_EQ(StyleError(Style("[graphs.accent-families]\n"
                                "modules = []\n")),
@@ -703,7 +703,7 @@ TEST(ContentCompiler, DemoLibrary)
     const CGenInstLib& drums = Drums(generator);
     // Counted in the grid files, "pattern" lines (copies by "like" included).
     EXPECT_EQ(drums.PatternGraph(TPatternGraphType_AccentFamily).PatternCount(), 44u);
-    EXPECT_EQ(drums.PatternGraph(TPatternGraphType_AccentAddon).PatternCount(), 21u);
+    EXPECT_EQ(drums.PatternGraph(TPatternGraphType_AccentAddon).PatternCount(), 20u);
     EXPECT_EQ(drums.PatternGraph(TPatternGraphType_System).PatternCount(), 18u);
     EXPECT_EQ(drums.PatternGraph(TPatternGraphType_Fill).PatternCount(), 12u);
     EXPECT_EQ(drums.PatternGraph(TPatternGraphType_Percussion).PatternCount(), 6u);
@@ -714,6 +714,13 @@ TEST(ContentCompiler, DemoLibrary)
     // The five layers and the global graph of the scripts.
     EXPECT_EQ(drums.mStyles[0].StyleGraphs().Entries()->size(), 6u);
     ASSERT_NE(generator.GlobalLuaScriptsPool().objectForIdentifier("drum-helpers"), nullptr);
+    // The add-on openers' ratings: "cgn" is c front 10 + g mid 20 + n back 0
+    // in the demo table, and 10 + 10 + 0 in the funk table.
+    float rating = 0.0f;
+    ASSERT_TRUE(generator.RatingTables().complexityMatrix().complexityForFamilyNameAddOnNameOutValue("demo", "cgn", rating));
+    EXPECT_EQ(rating, 30.0f);
+    ASSERT_TRUE(generator.RatingTables().complexityMatrix().complexityForFamilyNameAddOnNameOutValue("funk", "cgn", rating));
+    EXPECT_EQ(rating, 20.0f);
 
     zkgtest::TempDir dir("zkgen_cc");
     std::string error;
@@ -722,6 +729,7 @@ TEST(ContentCompiler, DemoLibrary)
     const auto one = TreeOf(dir.Path() / "one.glibb");
     EXPECT_EQ(one.count("StyleGraphs/Demo - zkgen-demo-drums-1.style"), 1u);
     EXPECT_EQ(one.count("GlobalScripts/drum-helpers.glsz"), 1u);
+    EXPECT_EQ(one.count("Contents/RatingTables/Complexity/demo.csv"), 1u);
     EXPECT_TRUE(one == TreeOf(dir.Path() / "two.glibb"));
 }
 

@@ -391,6 +391,17 @@ TEST(SongFileMistakes, TempoScaleAndStyle)
     EXPECT_EQ(MistakeIn(OneSection("style = 1.5\n")), "song.toml:4: style of section 'A' must be a whole number");
 }
 
+TEST(SongFile, SuperPatternSwitch)
+{
+    // Off unless a section asks; only true or false.
+    const TSong song = ParseValid(OneSection("super-pattern = true\n"));
+    ASSERT_EQ(song.mSections.size(), 1u);
+    EXPECT_TRUE(song.mSections[0].mSuperPattern);
+    EXPECT_FALSE(ParseValid(OneSection("")).mSections[0].mSuperPattern);
+    EXPECT_EQ(MistakeIn(OneSection("super-pattern = 1\n")),
+              "song.toml:4: super-pattern of section 'A' must be true or false");
+}
+
 TEST(SongFileMistakes, ControlValues)
 {
     EXPECT_EQ(MistakeIn("[controls]\ncomplexity = 101\n"),

@@ -14,11 +14,23 @@ void zkgen::cli::AddStyleCommands(CLI::App& app, int& exitCode)
 
     auto file = std::make_shared<std::string>();
     auto dot = std::make_shared<bool>(false);
+    auto classes = std::make_shared<bool>(false);
     CLI::App* dump = style->add_subcommand("dump", "Print the graphs of a style file with their modules, ports, "
                                                    "values, connections and state");
-    dump->add_option("FILE", *file, "A style file (extension \"style\")")->required();
+    dump->add_option("FILE", *file, "A style file (extension \"style\")");
     dump->add_flag("--dot", *dot, "Print Graphviz instead of the indented tree");
-    dump->callback([file, dot, &exitCode] {
+    dump->add_flag("--classes", *classes, "Print every module class a style can use, with its ports and state");
+    dump->callback([file, dot, classes, &exitCode] {
+        if (*classes) {
+            std::cout << CGenStyleGraphDump::TextForModuleClasses();
+            exitCode = 0;
+            return;
+        }
+        if (file->empty()) {
+            std::cerr << "zkgen style dump: name a style file, or give --classes" << std::endl;
+            exitCode = 2;
+            return;
+        }
         CGenStyleGraphs graphs;
         std::string error;
         if (!CGenStyleGraphDump::LoadStyleFile(*file, graphs, &error)) {

@@ -115,6 +115,7 @@ void CGenInstLib::SetWeakClaveLibs(CGenClaveLibs* libs)
 {
     for (auto& g : mPatternGraphs)
         g.SetWeakClaveLibs(libs);
+    mFills.SetWeakClaveLibs(libs);
 }
 
 void CGenInstLib::EraseContent()
@@ -126,18 +127,24 @@ void CGenInstLib::EraseContent()
     }
     InitSignTimeTrafosForThisInstType();
     mStyles.clear();
+    CGenClaveLibs* libs = mFills.WeakClaveLibs();
+    mFills = CGenFills();
+    mFills.SetWeakClaveLibs(libs);
+    mFillCreateRules.clear();
 }
 
 void CGenInstLib::EraseAllClaveLinks()
 {
     for (auto& g : mPatternGraphs)
         g.EraseAllClaveLinks();
+    mFills.EraseAllClaveLinks();
 }
 
 void CGenInstLib::EraseAllClaveLinksFor(int ix)
 {
     for (auto& g : mPatternGraphs)
         g.EraseAllClaveLinksFor(ix);
+    mFills.EraseAllClaveLinksFor(ix);
 }
 
 bool CGenInstLib::CheckContentSanity(const std::string& prefix, std::string& text) const
@@ -146,7 +153,7 @@ bool CGenInstLib::CheckContentSanity(const std::string& prefix, std::string& tex
     bool good = true;
     for (const auto& g : mPatternGraphs)
         good = g.CheckContentSanity(p, text) && good;
-    return good;
+    return mFills.CheckContentSanity(p, text) && good;
 }
 
 CGenInstLibs::CGenInstLibs(CGenClaveLibs* claveLibs) : mClaveLibs(claveLibs)

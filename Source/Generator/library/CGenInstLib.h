@@ -2,6 +2,7 @@
 
 #include "Generator/harmony/CAbstractNotesConcretizer.h"
 #include "Generator/CGenSerialization.h"
+#include "Generator/fills/CGenFills.h"
 #include "Generator/CGenTypes.h"
 #include "Generator/instruments/CGenInstTree.h"
 #include "Generator/patterns/CGenPatternCoord.h"
@@ -33,6 +34,10 @@ public:
     CAbstractNotesConcretizer mConcretizer;
     std::array<CGenPatternGraphBoost, 5> mPatternGraphs;
     CGenStyles mStyles;
+    // The older fill store and its placing rules: kept with the library for
+    // authoring and conversion; generation uses the fill layer's graph.
+    CGenFills mFills;
+    CGenFillCreateRules mFillCreateRules;
     // Patterns carry instrument uids (converted to notes after rendering).
     bool mContainsUidEvents = true;
     // Patterns carry abstract notes (worked out against the chords).
@@ -78,7 +83,8 @@ public:
     bool CheckContentSanity(const std::string& prefix, std::string& text) const;
 
     // Version 1 dropped "dummyFills"; version 2 added "mInstTree"; version 3
-    // the concretizer's default ranges (older archives take the instrument's).
+    // the concretizer's default ranges (older archives take the instrument's);
+    // version 4 the fill store and its rules (older archives have none).
     template <class Archive>
     void save(Archive& ar, const unsigned int /*version*/) const
     {
@@ -98,8 +104,10 @@ public:
         if (hasTree)
             ar& make_nvp("mInstTree", *mInstTree);
         ar& make_nvp("mDefaultConcretizeRange", mConcretizer.mDefaultConcretizeRange);
+        ar& make_nvp("mFills", mFills);
+        ar& make_nvp("mFillCreateRules", mFillCreateRules);
     }
-    static constexpr unsigned int kClassVersion = 3;
+    static constexpr unsigned int kClassVersion = 4;
     template <class Archive>
     void load(Archive& ar, const unsigned int version)
     {
@@ -142,6 +150,15 @@ public:
             zkgen::CheckArchiveRange(r.mNotePrefer, 0, 4, "a concretize range's note preference");
             mConcretizer.Reset();
         }
+        CGenClaveLibs* clave = mPatternGraphs[0].WeakClaveLibs();
+        mFills = CGenFills();
+        mFillCreateRules.clear();
+        if (version >= 4) {
+            ar& make_nvp("mFills", mFills);
+            ar& make_nvp("mFillCreateRules", mFillCreateRules);
+        }
+        if (!mFills.WeakClaveLibs())
+            mFills.SetWeakClaveLibs(clave);
         _FixLayerTypes();
         InitSignTimeTrafosForThisInstType();
     }

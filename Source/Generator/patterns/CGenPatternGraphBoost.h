@@ -2,6 +2,7 @@
 
 #include "Generator/CGenArchivePointers.h"
 
+#include "Generator/CGenArrangeMarker.h"
 #include "Generator/CGenRandom.h"
 #include "Generator/CGenSerialization.h"
 #include "Generator/CGenTrace.h"
@@ -10,6 +11,7 @@
 #include "Generator/patterns/CGenPattern.h"
 #include "Generator/patterns/CGenPatternCoord.h"
 #include "Generator/patterns/CGenPatternEdge.h"
+#include "Generator/patterns/CGenSuperPattern.h"
 #include "Generator/shaping/CGenVaryIntn.h"
 #include "Generator/timesig/CGenSignTimeTrafos.h"
 
@@ -23,6 +25,7 @@
 #include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 class CGenGeneratorParams;
 class CGenPatternModAndProb;
@@ -226,6 +229,73 @@ public:
     // Changes only the list, the seed words and the params' decision log.
     void Generate_PatternSeq(const CGenGeneratorParams& params, const CGenDrumMap* drumMap, _TGenInstType instType,
         const CGenStyle* style, const CGenGFContext& gfContext, CGenPatternModAndProbs* list) const;
+    // Sequence generation through super-patterns (used by Generate_PatternSeq
+    // while params.mSuperPatterns_Active is on). For each arrange marker of
+    // this graph's layer (accents for both accent layers, systems for system
+    // and percussion, fills for fills) that lies before endPos, a phrase of
+    // the section is made by the bar loop and then repeated, with variations,
+    // over the section. Positions are relative to the left bar of the region
+    // start, like everything of the bar loop.
+    //
+    // Every appended element gets an absolute position (mBeatPosAbs in the
+    // frame of the bar loop: left bar of the region + relative position):
+    // the first element of a section sits at its marker, and each later one
+    // follows where the pattern before it ends (a step without a graph
+    // pattern advances by nothing). The chosen phrases are thus laid out one
+    // after the other from the marker on, in the song's beats, with no snap
+    // to bar lines.
+    //
+    // Random draws, from the graph's generator, in this order: the phrase
+    // length in bars (only when mSuperPatterns_LengthStrategy is not 1),
+    // then per section those of the bar loop that makes the phrase, then one
+    // draw per repeated chunk while the section has variations.
+    void Generate_PatternSeqUsingSuperPattern(const CGenGeneratorParams& params, const CGenDrumMap* drumMap,
+        _TGenInstType instType, const CGenStyle* style, const CGenGFContext& gfContext, float startPos, float endPos,
+        CGenPatternModAndProbs* list) const;
+    // One section: the marker at markers[markerIx], a phrase of superLength
+    // beats, repeated over min(the section's length, length) beats.
+    void Generate_PatternSeqAddPatternsForArrangeMarkerUsingSuperPattern(const CGenGeneratorParams& params,
+        const CGenDrumMap* drumMap, _TGenInstType instType, const CGenStyle* style, const CGenGFContext& gfContext,
+        const CGenArrangeMarkersInt& markers, size_t markerIx, float superLength, float length,
+        CGenPatternModAndProbs* list) const;
+    // The phrase at pos over length beats, by the bar loop. With
+    // mSuperPatterns_Variation 1 the loop covers one bar and its first
+    // pattern is repeated up to the phrase's length, so that the variation
+    // of the last step is the only change.
+    void Generate_StyleSuperPattern(const CGenGeneratorParams& params, const CGenDrumMap* drumMap,
+        _TGenInstType instType, const CGenStyle* style, const CGenGFContext& gfContext, float pos, float length,
+        CGenSuperPattern* superPattern) const;
+    // Variations of a phrase: for each index, every candidate the graph
+    // offers there (after the phrase's entries before it, from its last
+    // pattern) that has exactly the length of the pattern it replaces gives
+    // a copy of the phrase with that candidate at the index, in candidate
+    // order. Appended to `out`; nothing without a style-graph context.
+    void _SuperPatternFindVariationsAtIx(const CGenGeneratorParams& params, const CGenDrumMap* drumMap,
+        _TGenInstType instType, const CGenStyle* style, const CGenGFContext& gfContext, float pos,
+        const CGenSuperPattern* superPattern, size_t ix, CGenSuperPatterns* out) const;
+    void _SuperPatternFindVariationsAtOddIxs(const CGenGeneratorParams& params, const CGenDrumMap* drumMap,
+        _TGenInstType instType, const CGenStyle* style, const CGenGFContext& gfContext, float pos,
+        const CGenSuperPattern* superPattern, CGenSuperPatterns* out) const;
+    void _SuperPatternFindVariationsAtAllIxs(const CGenGeneratorParams& params, const CGenDrumMap* drumMap,
+        _TGenInstType instType, const CGenStyle* style, const CGenGFContext& gfContext, float pos,
+        const CGenSuperPattern* superPattern, CGenSuperPatterns* out) const;
+    void _SuperPatternFindVariationsAtLastIx(const CGenGeneratorParams& params, const CGenDrumMap* drumMap,
+        _TGenInstType instType, const CGenStyle* style, const CGenGFContext& gfContext, float pos,
+        const CGenSuperPattern* superPattern, CGenSuperPatterns* out) const;
+    // The steps all of them share: one index (limited to the last one), and
+    // a list of indices in turn.
+    void _SuperPatternFindVariationsByVaryingOnePattern(const CGenGeneratorParams& params, const CGenDrumMap* drumMap,
+        _TGenInstType instType, const CGenStyle* style, const CGenGFContext& gfContext, float pos,
+        const CGenSuperPattern* superPattern, size_t ix, CGenSuperPatterns* out) const;
+    void _SuperPatternFindVariationsAtIxs(const CGenGeneratorParams& params, const CGenDrumMap* drumMap,
+        _TGenInstType instType, const CGenStyle* style, const CGenGFContext& gfContext, float pos,
+        const CGenSuperPattern* superPattern, const std::vector<size_t>& ixs, CGenSuperPatterns* out) const;
+    // Appends the phrase's patterns, in order, until `length` beats are
+    // used up (the last one may run past it); a step without a graph
+    // pattern only uses up its length. The elements carry an undefined
+    // weight and position; nothing for a null phrase or a length not above 0.
+    void _SuperPatternAddToPatternSeq(const CGenSuperPattern* superPattern, float length,
+        CGenPatternModAndProbs* list) const;
     // Generate_PatternSeq, then Generate_RenderEvs.
     void Generate_Evs(const CGenGeneratorParams& params, const CGenDrumMap* drumMap, _TGenInstType instType,
         const CGenStyle* style, const CGenGFContext& gfContext, CGenPatternModAndProbs* list,

@@ -71,7 +71,7 @@ void CGenPatternGraphBoost::Generate_Evs(const CGenGeneratorParams& params, cons
 }
 
 void CGenPatternGraphBoost::Generate_PatternSeq(const CGenGeneratorParams& params, const CGenDrumMap* drumMap,
-    _TGenInstType /*instType*/, const CGenStyle* style, const CGenGFContext& gfContext,
+    _TGenInstType instType, const CGenStyle* style, const CGenGFContext& gfContext,
     CGenPatternModAndProbs* list) const
 {
     if (!list)
@@ -86,9 +86,10 @@ void CGenPatternGraphBoost::Generate_PatternSeq(const CGenGeneratorParams& param
         if (std::isinf(end))
             end = kInfiniteRegionLength;
     }
-    // Sequences through super-patterns come with the super-pattern work; until
-    // then such a region walks bar by bar like any other.
-    _Generate_PatternSeqPlain(params, drumMap, style, gfContext, 0.0f, end, *list);
+    if (params.mSuperPatterns_Active)
+        Generate_PatternSeqUsingSuperPattern(params, drumMap, instType, style, gfContext, 0.0f, end, list);
+    else
+        _Generate_PatternSeqPlain(params, drumMap, style, gfContext, 0.0f, end, *list);
     // Abstract notes of modified patterns are normalised by the harmony work,
     // which defines what a single undefined entry becomes.
 }

@@ -102,30 +102,46 @@ public:
     static CGenPatternModAndProbs* checkLuaPatterns(lua_State* L, int idx);
 };
 
+// An owned rule with a source and a target instrument path. The paths are
+// kept as text and resolved in the running generation's instrument tree at
+// each use, so that the rule never holds pointers into a tree that is gone.
 class LuaKitPieceTransformation {
 public:
     ZKG_LUA_BINDING_CLASS_COMMON();
+    // The rule of the userdata at idx; "'LuaKitPieceTransformation' expected" for another value.
+    static CGenVaryIntnEl* checkLuaKitPieceTransformation(lua_State* L, int idx);
 };
 
+// The groove classes are views on the content's grooves: they die with the
+// run that handed the grooves in. Scripts can't change a groove.
 class LuaGrooves {
 public:
     ZKG_LUA_BINDING_CLASS_COMMON();
     static void push(lua_State* L, const CGenGrooves* grooves);
+    static CGenGrooves* checkLuaGrooves(lua_State* L, int idx);
 };
 
+// A groove also carries its own two strengths (timing and velocity), which
+// belong to the userdata, not to the groove.
 class LuaGroove {
 public:
     ZKG_LUA_BINDING_CLASS_COMMON();
+    static void push(lua_State* L, const TRef& ref);
+    static CGenGroove* checkLuaGroove(lua_State* L, int idx);
 };
 
 class LuaGrooveTrack {
 public:
     ZKG_LUA_BINDING_CLASS_COMMON();
+    static void push(lua_State* L, const TRef& ref);
+    static CGenGrooveTrack* checkLuaGrooveTrack(lua_State* L, int idx);
 };
 
 class LuaGrooveEvent {
 public:
     ZKG_LUA_BINDING_CLASS_COMMON();
+    static void push(lua_State* L, const TRef& ref);
+    static CGenGrooveEl* checkLuaGrooveEvent(lua_State* L, int idx);
 };
 
 // A chord at a place: the chord event (owned copy) and the query position,

@@ -109,6 +109,11 @@ float PosInBarDefault(CGenContext& ctx, float posAbsTarget);
     X(ClaveUniAlphabetAddOnName)                                                                                       \
     X(ClaveEvsAsPattern)                                                                                               \
     X(ClaveEvsAllAsPatterns)                                                                                           \
+    X(ClaveFindAvrgClave_SetParams)                                                                                    \
+    X(ClaveFindAvrgClave)                                                                                              \
+    X(ClaveGetSimilarBarsTable)                                                                                        \
+    X(ClaveDbgAvrgClaveSimilarBars)                                                                                    \
+    X(CreateFill)                                                                                                      \
     X(FillStartPosInBarDefTimeSign)                                                                                    \
     X(FillEndPosInBarDefTimeSign)                                                                                      \
     X(FillOverlayAcStartPosInBarDefTimeSign)                                                                           \

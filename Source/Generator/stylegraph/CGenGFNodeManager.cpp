@@ -1,6 +1,12 @@
 #include "Generator/stylegraph/CGenGFNodeManager.h"
 
+#include "Generator/stylegraph/CGenGFMatrix.h"
 #include "Generator/stylegraph/CGenGFModule.h"
+#include "Generator/stylegraph/CGenGFModule2DMatrix.h"
+#include "Generator/stylegraph/CGenGFModuleAddOnComplexityRating.h"
+#include "Generator/stylegraph/CGenGFModuleAddOnComplexityRatingTable.h"
+#include "Generator/stylegraph/CGenGFModuleBassPatternComplexityRating.h"
+#include "Generator/stylegraph/CGenGFModuleBassPatternComplexityRatingTable.h"
 #include "Generator/stylegraph/CGenGFModuleContextAcAddonSeq.h"
 #include "Generator/stylegraph/CGenGFModuleContextAcFamSeq.h"
 #include "Generator/stylegraph/CGenGFModuleContextComplIntn.h"
@@ -9,6 +15,7 @@
 #include "Generator/stylegraph/CGenGFModuleFilterPatternName.h"
 #include "Generator/stylegraph/CGenGFModuleLog.h"
 #include "Generator/stylegraph/CGenGFModuleLua.h"
+#include "Generator/stylegraph/CGenGFModuleMainPatternRating.h"
 #include "Generator/stylegraph/CGenGFModuleMultiplexer.h"
 #include "Generator/stylegraph/CGenGFModulePatternProbProvider.h"
 #include "Generator/stylegraph/CGenGFModulePatternsIterator.h"
@@ -34,8 +41,7 @@ const CGenGFNodeManager& CGenGFNodeManager::setupDefaultNodeManager()
 
 void CGenGFNodeManager::registerBuiltInNodes()
 {
-    // The fixed order of the module classes; classes that are not part of
-    // this engine yet keep their places free.
+    // The fixed order of the module classes.
     for (const CGenGFClassDescription* d : {
              &CGenGFModule::ClassDescription(),
              &CGenGFModuleFilterPatternName::ClassDescription(),
@@ -44,6 +50,7 @@ void CGenGFNodeManager::registerBuiltInNodes()
              &CGenGFModuleSplitter::ClassDescription(),
              &CGenGFModuleDemultiplexer::ClassDescription(),
              &CGenGFModuleMultiplexer::ClassDescription(),
+             &CGenGFModuleMainPatternRating::ClassDescription(),
              &CGenGFModuleStringSwitch::ClassDescription(),
              &CGenGFModuleValueSwitch::ClassDescription(),
              &CGenGFModuleContextAcFamSeq::ClassDescription(),
@@ -56,10 +63,15 @@ void CGenGFNodeManager::registerBuiltInNodes()
              &CGenGFModulePatternsIterator::ClassDescription(),
              &CGenGFModulePatternsIteratorProvider::ClassDescription(),
              &CGenGFModulePatternsIteratorConsumer::ClassDescription(),
+             &CGenGFModuleAddOnComplexityRating::ClassDescription(),
+             &CGenGFModuleAddOnComplexityRatingTable::ClassDescription(),
+             &CGenGFModuleBassPatternComplexityRating::ClassDescription(),
+             &CGenGFModuleBassPatternComplexityRatingTable::ClassDescription(),
              &CGenGFModuleRandomPatternPicker::ClassDescription(),
              &CGenGFModuleTopProbFilter::ClassDescription(),
              &CGenGFModuleCreateFill::ClassDescription(),
              &CGenGFModuleLua::ClassDescription(),
+             &CGenGFModule2DMatrix::ClassDescription(),
          })
         registerNodeWithClass(*d);
 
@@ -74,4 +86,11 @@ void CGenGFNodeManager::registerBuiltInNodes()
 
     registerObjectClass(CGenGFRegex::kClassName, CGenGFRegex::DecodeWithCoder);
     registerObjectClass(CGenGFStringBins::kClassName, CGenGFStringBins::DecodeWithCoder);
+    registerObjectClass(CGenGFMatrix::kClassName, CGenGFMatrix::DecodeWithCoder);
+    registerObjectClass(CGenGFComplexityMatrix::kClassName, CGenGFComplexityMatrix::DecodeWithCoder);
+    registerObjectClass(CGenGFComplexityMatrixImmutable::kClassName, CGenGFComplexityMatrixImmutable::DecodeWithCoder);
+    registerObjectClass(CGenGFMainPatternRatingMatrix::kClassName, CGenGFMainPatternRatingMatrix::DecodeWithCoder);
+    registerObjectClass(CGenGFMainPatternRatingMatrixImmutable::kClassName,
+        CGenGFMainPatternRatingMatrixImmutable::DecodeWithCoder);
+    registerObjectClass(CGenGFBassPatternComplexityMatrix::kClassName, CGenGFBassPatternComplexityMatrix::DecodeWithCoder);
 }

@@ -172,8 +172,11 @@ std::unique_ptr<ZKCoding> CGenGFStringBins::DecodeWithCoder(const TGenDict& code
     if (const TGenArray* names = coder.ArrayForKey("binNames"))
         for (const TGenDictValue& n : *names)
             bins->mBinNames.push_back(n.AsString(std::string()));
-    else
-        bins->mBinNames = createDefaultBinNamesForNumberOfBins(bins->mStringBins.size());
+    // Names keep in step with the bins: missing ones get their default name.
+    const std::vector<std::string> defaults = createDefaultBinNamesForNumberOfBins(bins->mStringBins.size());
+    for (size_t i = bins->mBinNames.size(); i < defaults.size(); ++i)
+        bins->mBinNames.push_back(defaults[i]);
+    bins->mBinNames.resize(bins->mStringBins.size());
     bins->mStringsAreRegularExpression = coder.BoolForKey("stringsAreRegularExpression");
     bins->_updateExpressions();
     return bins;

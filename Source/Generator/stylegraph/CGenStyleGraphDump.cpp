@@ -1,5 +1,7 @@
 #include "Generator/stylegraph/CGenStyleGraphDump.h"
 
+#include "Generator/stylegraph/CGenGFNodeManager.h"
+
 #include "Generator/stylegraph/CGenGFModule.h"
 #include "Generator/stylegraph/CGenStyleGraphs.h"
 
@@ -178,4 +180,16 @@ bool CGenStyleGraphDump::LoadStyleFile(const TGenUrl& url, CGenStyleGraphs& grap
         return false;
     }
     return true;
+}
+
+std::string CGenStyleGraphDump::TextForModuleClasses()
+{
+    const CGenGFNodeManager& manager = CGenGFNodeManager::setupDefaultNodeManager();
+    std::string text;
+    for (const ZKGFNodeClassDescription* d : manager.nodeClasses()) {
+        std::unique_ptr<ZKGFNode> node = d->CreateNode();
+        if (const auto* module = dynamic_cast<const CGenGFModule*>(node.get()))
+            text += TextForModule(*module, "class");
+    }
+    return text;
 }

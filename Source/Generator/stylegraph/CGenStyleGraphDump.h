@@ -26,6 +26,10 @@ public:
     // with its port keys.
     static std::string DotForStyleGraphs(const CGenStyleGraphs& graphs);
 
+    // Every module class of the registry, in its order, as a module made
+    // afresh shows it: ports with their defaults, and state.
+    static std::string TextForModuleClasses();
+
     // Loads a style file; false with a one-line reason in `outError`.
     static bool LoadStyleFile(const TGenUrl& url, CGenStyleGraphs& graphs, std::string* outError);
 };

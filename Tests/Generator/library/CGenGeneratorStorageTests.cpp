@@ -354,3 +354,31 @@ TEST(CGenGeneratorStorage, ASaveKilledAtAnyMomentLeavesALoadableBundle)
             200u);
     }
 }
+
+TEST(CGenGeneratorStorage, RatingTablesTravelWithTheBundle)
+{
+    zkgtest::TempDir dir("zkgen_ratings");
+    CGenGenerator original;
+    FillDrummer(original);
+    CGenGFComplexityMatrixImmutable& complexity = original.RatingTables().mutableComplexityMatrix();
+    complexity.setCanBeMutated(true);
+    ASSERT_TRUE(complexity.importCSVForFamily("x;front;mid;back\nc;10;0;0\ng;0;20;0\nn;0;0;0\n", "demo"));
+    complexity.setCanBeMutated(false);
+    const TGenUrl url = dir.Path() / "Ratings.glibb";
+    ASSERT_TRUE(original.SaveToURL(url));
+    EXPECT_TRUE(ZKFileExists(url / "Contents" / "RatingTables" / "Complexity" / "demo.csv"));
+
+    CGenGenerator loaded;
+    ASSERT_TRUE(loaded.LoadFromURL(url));
+    // "cgn": c front 10 + g mid 20 + n back 0 = 30.
+    float value = 0.0f;
+    ASSERT_TRUE(loaded.RatingTables().complexityMatrix().complexityForFamilyNameAddOnNameOutValue("demo", "cgn", value));
+    EXPECT_EQ(value, 30.0f);
+    // A library saved without tables leaves none behind in the bundle.
+    CGenGenerator empty;
+    FillDrummer(empty);
+    ASSERT_TRUE(empty.SaveToURL(url));
+    EXPECT_FALSE(ZKFileExists(url / "Contents" / "RatingTables"));
+    ASSERT_TRUE(loaded.LoadFromURL(url));
+    EXPECT_TRUE(loaded.RatingTables().IsEmpty());
+}

@@ -21,6 +21,7 @@
 
 #include <toml++/toml.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -99,12 +100,12 @@ public:
             throw TContentError(mFile, static_cast<int>(e.source().begin.line), std::string(e.description()));
         }
         std::string unknown;
-        std::set<std::string> known = {"genre", "kit", "drum-map", "grooves", "scripts"};
+        std::set<std::string> known = {"genre", "kit", "drum-map", "grooves", "scripts", "rating-tables"};
         for (const TInstrumentTable& instrument : kInstrumentTables)
             known.insert(instrument.mKey);
         if (const toml::node* v = FirstUnknownKey(root, known, unknown))
             Fail(*v, "unknown key '" + unknown
-                    + "'; the manifest knows genre, kit, drum-map, drums, bass, keys, guitar, grooves and scripts");
+                    + "'; the manifest knows genre, kit, drum-map, drums, bass, keys, guitar, grooves, scripts and rating-tables");
         const toml::node* genreNode = root.get("genre");
         const std::string genre = genreNode ? Text(*genreNode, "genre") : std::string(kDefaultGenre);
         if (genre.empty())
@@ -122,6 +123,8 @@ public:
         generator.CreateDefaultGenre();
         if (const toml::node* scripts = root.get("scripts"))
             GlobalScripts(generator, *scripts);
+        if (const toml::node* ratings = root.get("rating-tables"))
+            RatingTables(generator, *ratings);
         CGenGenreLib& genreLib = generator.GenreLibs().front();
         genreLib.mGenre = genre;
         if (const toml::node* map = root.get("drum-map"))
@@ -288,6 +291,36 @@ private:
             generator.GlobalLuaScriptsPool().setLuaScriptForIdentifier(text, name);
             mScriptNames.insert(name);
         }
+    }
+
+    // The rating tables of a folder (layout of CGenGFRatingTables); every
+    // table file must read as one.
+    void RatingTables(CGenGenerator& generator, const toml::node& n) const
+    {
+        const std::string folder = Text(n, "rating-tables");
+        const fs::path path = mRoot / folder;
+        std::string error;
+        if (!fs::is_directory(path) || !generator.RatingTables().ImportFromFolder(path.string(), &error))
+        {
+            std::string message = "rating-tables: '" + folder + "' is no folder of rating tables";
+            if (!error.empty())
+                message.append(": ").append(error);
+            Fail(n, message);
+        }
+        const fs::path complexity = path / CGenGFRatingTables::kComplexityFolder;
+        std::error_code ec;
+        if (!fs::is_directory(complexity, ec))
+            return;
+        const std::vector<std::string> families = generator.RatingTables().complexityMatrix().familyNames();
+        std::vector<fs::path> files;
+        for (const auto& entry : fs::directory_iterator(complexity, ec))
+            if (entry.path().extension() == ".csv")
+                files.push_back(entry.path());
+        std::sort(files.begin(), files.end());
+        for (const fs::path& file : files)
+            if (std::find(families.begin(), families.end(), file.stem().string()) == families.end())
+                throw TContentError((fs::path(folder) / CGenGFRatingTables::kComplexityFolder / file.filename()).string(), 1,
+                    "not a rating table: a header line of column names and rows of \"label; number; ...\"");
     }
 
     // A style that includes a script the manifest doesn't have is a mistake

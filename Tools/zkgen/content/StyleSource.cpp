@@ -126,12 +126,7 @@ private:
         CGenGFModule* added = graph.addSubpatch(std::unique_ptr<CGenGFModule>(module), key);
 
         Setup(*added, t, where);
-        if (const toml::node* inputs = t.get("inputs")) {
-            if (!inputs->is_table())
-                Fail(*inputs, "inputs of " + where + " must be a table of port values");
-            for (const auto& [portKey, value] : *inputs->as_table())
-                InputValue(*added, std::string(portKey.str()), value, where);
-        }
+        // State first: a state key may make ports (an optional input) that the inputs then set.
         if (const toml::node* state = t.get("state")) {
             if (!state->is_table())
                 Fail(*state, "state of " + where + " must be a table");
@@ -143,6 +138,12 @@ private:
                 if (!added->setSerializedValueForStateKey(Scalar(value, "state '" + k + "'"), k, &error))
                     Fail(value, "state '" + k + "' of " + where + ": " + error);
             }
+        }
+        if (const toml::node* inputs = t.get("inputs")) {
+            if (!inputs->is_table())
+                Fail(*inputs, "inputs of " + where + " must be a table of port values");
+            for (const auto& [portKey, value] : *inputs->as_table())
+                InputValue(*added, std::string(portKey.str()), value, where);
         }
     }
 

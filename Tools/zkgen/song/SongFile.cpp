@@ -32,6 +32,7 @@ constexpr long long kMaxBars = 10000;
 const std::vector<std::string> kTopLevelKeys = {"title", "genre", "tempo", "time-signature", "key", "controls",
     "section"};
 const std::vector<std::string> kSectionKeys = {"name", "bars", "tempo", "time-signature", "tempo-scale", "style", "key",
+    "super-pattern",
     "chords"};
 
 // A mistake found while reading the parsed table; ParseSongText turns it into
@@ -324,6 +325,10 @@ TSongSection ReadSection(const toml::table& table, const std::map<std::string, d
             if (*style < 0 || *style > INT_MAX)
                 Fail(node, std::string("style ") + std::to_string(*style) + where + " must be 0 or more");
             section.mStyle = static_cast<int>(*style);
+        } else if (key == "super-pattern") {
+            if (!node.is_boolean())
+                Fail(node, std::string("super-pattern") + where + " must be true or false");
+            section.mSuperPattern = node.as_boolean()->get();
         } else if (key == "key") {
             section.mKey = KeyOf(node);
         } else if (key == "chords") {

@@ -61,6 +61,9 @@ struct TSongSection {
     std::map<std::string, double> mControls;
     double mTempoScale = 1.0; // 0.5, 1 or 2
     int mStyle = -1;          // style index; -1 is the first style
+    // The section is played as a fixed phrase of four bars, repeated with
+    // variations at its odd places, instead of bar by bar.
+    bool mSuperPattern = false;
     std::optional<TSongKey> mKey;  // its own key, else the song's
     // The chart played through the whole section: each bar's chords in
     // order, a chart shorter than the section repeated.

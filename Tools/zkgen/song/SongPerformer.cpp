@@ -121,6 +121,11 @@ CGenGeneratorParams SectionParams(const TSong& song, const std::vector<TSectionP
     params.mGenerateStartPosAbs = static_cast<float>(plan.mStart);
     params.mStyleIx = s.mStyle;
     params.mTempoScale = s.mTempoScale;
+    params.mSuperPatterns_Active = s.mSuperPattern;
+    // A four-bar phrase, varied at its odd places.
+    params.mSuperPatterns_LengthStrategy = 1;
+    params.mSuperPattern_FixedBarLength = 4;
+    params.mSuperPatterns_Variation = 3;
     params.mEdgesAndHistory_Active = request.mEdgesAndHistory;
     // Instrument events come back as they are; the tool makes the MIDI.
     params.mConvertUidEvsTo = 0;
