@@ -119,4 +119,17 @@ printf 'genre = "G"\n[drums]\nsystems = "missing.grid"\n' >"$work/content/librar
 out=$("$zkgen" content build "$work/content" "$work/out.glibb" 2>&1); rc=$?
 [ $rc -eq 2 ] && grep -q "library.toml:3: cannot read 'missing.grid'" <<<"$out" || fail "content build said (rc $rc): $out"
 [ ! -e "$work/out.glibb" ] || fail "a failed content build left a bundle"
+# Every module class a style can use; without a file or --classes, exit 2.
+out=$("$zkgen" style dump --classes) || fail "style dump --classes failed"
+for c in CGenGFModuleLua CGenGFModuleAddOnComplexityRating CGenGFModule2DMatrix; do
+  grep -q "class: $c " <<<"$out" || fail "style dump --classes lacks $c"
+done
+"$zkgen" style dump >/dev/null 2>&1; rc=$?
+[ $rc -eq 2 ] || fail "style dump without a file gave rc $rc"
+# A script module's mistake is told with the script's file and line.
+mkdir -p "$work/scripted"
+printf '[scripts]\nh = "h.lua"\n' >"$work/scripted/library.toml"
+printf 'x = 1\nif x then\n' >"$work/scripted/h.lua"
+out=$("$zkgen" content build "$work/scripted" "$work/scripted.glibb" 2>&1); rc=$?
+[ $rc -eq 2 ] && grep -q "h.lua:3: 'end' expected" <<<"$out" || fail "script mistake said (rc $rc): $out"
 echo "zkgen cli: ok"
