@@ -714,11 +714,11 @@ TEST(ContentCompiler, DemoLibrary)
     // The five layers and the global graph of the scripts.
     EXPECT_EQ(drums.mStyles[0].StyleGraphs().Entries()->size(), 6u);
     ASSERT_NE(generator.GlobalLuaScriptsPool().objectForIdentifier("drum-helpers"), nullptr);
-    // The add-on openers' ratings: "cgn" is c front 10 + g mid 20 + n back 0
+    // The add-on openers' ratings: "cgn" is c front 10 + g mid 25 + n back 0
     // in the demo table, and 10 + 10 + 0 in the funk table.
     float rating = 0.0f;
     ASSERT_TRUE(generator.RatingTables().complexityMatrix().complexityForFamilyNameAddOnNameOutValue("demo", "cgn", rating));
-    EXPECT_EQ(rating, 30.0f);
+    EXPECT_EQ(rating, 35.0f);
     ASSERT_TRUE(generator.RatingTables().complexityMatrix().complexityForFamilyNameAddOnNameOutValue("funk", "cgn", rating));
     EXPECT_EQ(rating, 20.0f);
 

@@ -187,14 +187,22 @@ void CGenPatternGraphBoost::_SuperPatternFindVariationsByVaryingOnePattern(const
     const size_t current = last >= 0 && static_cast<size_t>(last) < PatternCount() ? static_cast<size_t>(last)
                                                                                   : PatternCount();
 
+    // The candidates are judged at the varied element's own place, so that
+    // modules and scripts that ask for the bar (a crash only on a phrase's
+    // first bar) see the bar the variation will play in.
+    float ixPos = pos;
+    for (size_t i = 0; i < ix && GenIsDef(ixPos); ++i)
+        if (phrase[i] >= 0 && static_cast<size_t>(phrase[i]) < PatternCount())
+            ixPos += PatternAtIx(static_cast<size_t>(phrase[i])).Length();
+
     // The layer's style graph judges the candidates, as in any decision.
     CGenStyleGraphRun run(*context, style, mType);
     CGenNearestClavePatternInfos infos;
-    infos.GatherInfosAtPos(&params, mWeakClaveLibs, pos);
+    infos.GatherInfosAtPos(&params, mWeakClaveLibs, ixPos);
     CGenPatternModAndProbs candidates;
     float closeness = 1.0f;
     _CreatePatternModAndProbsWithRelaxingObeyHistForCurrentPattern(params, drumMap, &run, gfContext, current, history,
-        pos, candidates, closeness, infos);
+        ixPos, candidates, closeness, infos);
 
     // Only a pattern of the same length keeps the phrase's timing.
     const int32_t replaced = phrase[ix];

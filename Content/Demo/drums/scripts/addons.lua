@@ -17,8 +17,18 @@ if string.find(family, "funk", 1, true) or string.find(family, "break", 1, true)
 else
   outputs[2] = "demo"
 end
-if candidates == nil or BarInPhrase() ~= 1 then
+if candidates == nil then
   outputs[4] = 0
+  return
+end
+if BarInPhrase() ~= 1 then
+  -- Inside a phrase no opener: its crash belongs to the first bar.
+  outputs[4] = 0
+  for _, p in candidates:Iterator() do
+    if #p:Name() == 3 then
+      p:SetProb(0)
+    end
+  end
   return
 end
 outputs[4] = 1
