@@ -336,7 +336,9 @@ TEST(CGenGFRatingModules, MainPatternRatingState)
 
 TEST(CGenGFRatingModules, AddOnAndBassRatingState)
 {
-    CGenGFModuleAddOnComplexityRating m;
+    // Port values are kept in a state only for modules that stand in a graph.
+    CGenGFModule graph;
+    auto& m = *AddModule<CGenGFModuleAddOnComplexityRating>(graph, "m");
     m.setUseRatingVariance(true);
     m.inputRatingVariance()->setDoubleValue(12.0);
     m.setFlipFamilyAndAddOnStrings(true);
@@ -350,7 +352,7 @@ TEST(CGenGFRatingModules, AddOnAndBassRatingState)
     EXPECT_FALSE(stored.BoolForKey("useStandardRatingTables", true));
     ASSERT_NE(stored.DictForKey("complexityMatrix"), nullptr);
 
-    CGenGFModuleAddOnComplexityRating restored;
+    auto& restored = *AddModule<CGenGFModuleAddOnComplexityRating>(graph, "restored");
     EXPECT_EQ(RestoredState(restored, m), stored);
     EXPECT_TRUE(restored.useRatingVariance());
     ASSERT_NE(restored.inputRatingVariance(), nullptr);
@@ -370,14 +372,14 @@ TEST(CGenGFRatingModules, AddOnAndBassRatingState)
     EXPECT_TRUE(plain.state().BoolForKey("useStandardRatingTables"));
     EXPECT_FALSE(plain.state().BoolForKey("useRatingVariance", true));
 
-    CGenGFModuleBassPatternComplexityRating bass;
+    auto& bass = *AddModule<CGenGFModuleBassPatternComplexityRating>(graph, "bass");
     bass.setUseRatingVariance(true);
     bass.inputRatingVariance()->setDoubleValue(7.5);
     bass.setFlipFamilyAndAddOnStrings(true);
     const TGenDict bassStored = bass.state();
     EXPECT_FALSE(bassStored.HasKey("useStandardRatingTables"));
     EXPECT_FALSE(bassStored.HasKey("complexityMatrix"));
-    CGenGFModuleBassPatternComplexityRating bassRestored;
+    auto& bassRestored = *AddModule<CGenGFModuleBassPatternComplexityRating>(graph, "bassRestored");
     EXPECT_EQ(RestoredState(bassRestored, bass), bassStored);
     ASSERT_NE(bassRestored.inputRatingVariance(), nullptr);
     EXPECT_EQ(bassRestored.inputRatingVariance()->doubleValue(), 7.5);
@@ -403,14 +405,15 @@ TEST(CGenGFRatingModules, TableModulesAnd2DMatrixState)
     ASSERT_NE(bassRestored.complexityMatrix(), nullptr);
     EXPECT_EQ(bassRestored.complexityMatrix()->matrix2().rowDict(), Matrix(kBass2CSV).rowDict());
 
-    CGenGFModule2DMatrix matrix;
+    CGenGFModule graph;
+    auto& matrix = *AddModule<CGenGFModule2DMatrix>(graph, "matrix");
     matrix.setMatrix(Matrix(";ab\nrow1;50\n"));
     matrix.setUseColumn(true);
     matrix.inputColumn()->setStringValue("ab");
     const TGenDict stored = matrix.state();
     ASSERT_NE(stored.DictForKey("matrix"), nullptr);
     EXPECT_TRUE(stored.BoolForKey("useColumn"));
-    CGenGFModule2DMatrix restored;
+    auto& restored = *AddModule<CGenGFModule2DMatrix>(graph, "restored");
     EXPECT_EQ(RestoredState(restored, matrix), stored);
     ASSERT_NE(restored.inputColumn(), nullptr);
     EXPECT_EQ(restored.inputColumn()->stringValue(), "ab");
