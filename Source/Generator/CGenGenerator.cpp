@@ -599,9 +599,23 @@ void CGenGenerator::_Generate_ApplyGroove(CGenGeneratorParams& params, CGenGenre
     }
 }
 
-void CGenGenerator::_Generate_Pre_ReplaceSlashChordsWithEquivalents(CGenGeneratorParams&)
+void CGenGenerator::_Generate_Pre_ReplaceSlashChordsWithEquivalents(CGenGeneratorParams& params)
 {
-    // No stage calls this; it stands ready for the harmony work.
+    // No stage calls this; a host may. A bass that is no tone of its chord
+    // joins the chord as a tone (C/B -> Cmaj7/B, Am/G -> Am7/G, F/G ->
+    // Fadd9/G), so that the chord's scale and the degrees counted in it
+    // hold the note the bass plays. Inversions (C/E) stay as they are.
+    for (CGenEvChord& ev : params.mEvsChord) {
+        CChordHeavy& chord = ev.mChord;
+        if (!chord.IsSlashChord())
+            continue;
+        const int intvl = ((chord.mBass.mKeyNr - chord.mRoot.mKeyNr) % 12 + 12) % 12;
+        if (chord.HasIntvlInAnyOctaveOrRootButNotInBassNoteAlone(intvl))
+            continue;
+        // The flat ninth, ninth and eleventh above the octave; the rest in it.
+        const int place = (intvl == 1 || intvl == 2 || intvl == 5) ? intvl + 12 : intvl;
+        chord = CChordHeavy(chord.mRoot, chord.mBass, chord.mIntervals | (1u << place));
+    }
 }
 
 bool CGenGenerator::CheckContentSanity(std::string& text) const

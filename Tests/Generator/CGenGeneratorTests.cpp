@@ -347,3 +347,24 @@ TEST(TolvarInit, RunsOnce)
     TolvarInit();
     EXPECT_EQ(TolvarInitCount(), 1);
 }
+
+TEST(CGenGenerator, SlashChordsWithAForeignBassTakeItAsATone)
+{
+    CGenGenerator generator;
+    CGenGeneratorParams params(16.0f, -1);
+    const CChordNamePrefs prefs;
+    auto chordAt = [&](float pos, const char* name) {
+        CChordHeavy chord;
+        ASSERT_TRUE(SetFromString(name, chord, prefs)) << name;
+        params.mEvsChord.push_back(CGenEvChord(pos, chord, CScaleHeavy()));
+    };
+    chordAt(0.0f, "C/B");  // B is the major seventh of C
+    chordAt(4.0f, "Am/G"); // G the minor seventh of A
+    chordAt(8.0f, "F/G");  // G the ninth of F
+    chordAt(12.0f, "C/E"); // an inversion: E is a tone already
+    CGenGeneratorTestAccess::ReplaceSlashChordsWithEquivalents(generator, params);
+    std::vector<std::string> names;
+    for (const CGenEvChord& ev : params.mEvsChord)
+        names.push_back(ev.mChord.Name(prefs));
+    EXPECT_EQ(names, (std::vector<std::string> {"Cmaj7/B", "Am7/G", "Fadd9/G", "C/E"}));
+}

@@ -17,4 +17,8 @@ struct CGenGeneratorTestAccess {
     {
         g._Generate_ApplyGroove(params, genreLib, evs);
     }
+    static void ReplaceSlashChordsWithEquivalents(CGenGenerator& g, CGenGeneratorParams& params)
+    {
+        g._Generate_Pre_ReplaceSlashChordsWithEquivalents(params);
+    }
 };

@@ -45,7 +45,7 @@ private:
 
 // Rates add-ons by the complexity table of their family: the generator's
 // standard table while "useStandardRatingTables" is on, else the module's
-// own, which is part of its state.
+// own, which is kept in its state.
 class CGenGFModuleAddOnComplexityRating : public CGenGFModuleComplexityRatingBase {
 public:
     static const CGenGFClassDescription& ClassDescription();

@@ -8,7 +8,7 @@
 // Looks up the complexity of an add-on in its family's table and puts it on
 // "outputValue"; without an answer the output stays as it was. The table is
 // the generator's standard one while "useStandardRatingTables" is on, else
-// the module's own, which is part of its state.
+// the module's own, which is kept in its state.
 class CGenGFModuleAddOnComplexityRatingTable : public CGenGFModule {
 public:
     static const CGenGFClassDescription& ClassDescription();

@@ -13,7 +13,7 @@
 //
 // The table is the generator's standard one while "useStandardRatingTables"
 // is on (none when the generator has no tables), else the module's own,
-// which is part of its state.
+// which is kept in its state.
 class CGenGFModuleMainPatternRating : public CGenGFModule {
 public:
     static const CGenGFClassDescription& ClassDescription();

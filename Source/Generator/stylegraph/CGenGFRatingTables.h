@@ -41,7 +41,7 @@ public:
     CGenGFMainPatternRatingMatrixImmutable& mutableMainPatternRatingMatrix() { return mMainPatternRating; }
     CGenGFBassPatternComplexityMatrix& mutableBassPatternComplexityMatrix() { return mBassPatternComplexity; }
 
-    // Replaces all tables with what the folder holds; a part that is missing
+    // Replaces all tables with what the folder holds; a table that is missing
     // or does not parse stays empty. False when the folder does not exist.
     bool ImportFromFolder(const TGenUrl& folder, std::string* outError = nullptr);
     // Writes every table in the layout above, creating the folders; false

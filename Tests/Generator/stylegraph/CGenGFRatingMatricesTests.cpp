@@ -1,4 +1,5 @@
 #include "RatingTestTables.h"
+#include "Generator/stylegraph/CGenGFStringBins.h"
 #include "TestSupport/TempDir.h"
 
 using namespace zkgtest;
@@ -274,4 +275,31 @@ TEST(CGenGFRatingTablesTests, ImportAndWriteTheFolderLayout)
     ASSERT_TRUE(again.WriteToFolder(empty));
     EXPECT_TRUE(std::filesystem::is_directory(empty / "Complexity"));
     EXPECT_FALSE(std::filesystem::exists(empty / "BassPatternComplexity" / "matrix1.csv"));
+}
+
+// ----- string bins
+
+TEST(CGenGFStringBinsNames, DecodeKeepsNamesInStepWithBins)
+{
+    ZKCodingClassRegistry none;
+    // Three bins, one stored name: the others get their default names.
+    const TGenDict stored {{"stringBins", TGenArray {TGenArray {"a"}, TGenArray {}, TGenArray {"c"}}},
+        {"stringToBinMap", TGenDict {{"a", 0}, {"c", 2}}}, {"binNames", TGenArray {"Calm"}},
+        {"stringsAreRegularExpression", false}};
+    std::unique_ptr<ZKCoding> decoded = CGenGFStringBins::DecodeWithCoder(stored, none, nullptr);
+    ASSERT_NE(decoded, nullptr);
+    auto& bins = static_cast<CGenGFStringBins&>(*decoded);
+    EXPECT_EQ(bins.nameForBinAtIndex(0), "Calm");
+    EXPECT_EQ(bins.nameForBinAtIndex(1), "Bin 2");
+    EXPECT_EQ(bins.nameForBinAtIndex(2), "Bin 3");
+    EXPECT_EQ(bins.indexOfBinForString("c"), 2);
+    // More names than bins: the extra ones go.
+    TGenDict more = stored;
+    more.SetValueForKey(TGenArray {"x", "y", "z", "w"}, "binNames");
+    decoded = CGenGFStringBins::DecodeWithCoder(more, none, nullptr);
+    ASSERT_NE(decoded, nullptr);
+    EXPECT_EQ(static_cast<CGenGFStringBins&>(*decoded).nameForBinAtIndex(2), "z");
+    EXPECT_EQ(static_cast<CGenGFStringBins&>(*decoded).nameForBinAtIndex(3), "");
+    static_cast<CGenGFStringBins&>(*decoded).appendBin();
+    EXPECT_EQ(static_cast<CGenGFStringBins&>(*decoded).nameForBinAtIndex(3), "Bin 4");
 }
