@@ -48,7 +48,8 @@
 class CGenEvsSignTime;
 class CGenEvsChord;
 
-enum TCreateClaveInRange {
+// Any int may arrive from a script; the sanity check refuses the others.
+enum TCreateClaveInRange : int {
     // From position 0 to the clave's length (the given end when it has none).
     TCreateClaveInRange_WholeSong = 0,
     // The given range only.
@@ -86,8 +87,8 @@ class CGenAvrgClave : public CGenTraceable<CGenAvrgClave> {
 public:
     static constexpr const char* kTraceClassName = "CGenAvrgClave";
 
-    enum TStrategy { TStrategy_SimilarToFirstBar = 0, TStrategy_SimilarityMatrix = 1 };
-    enum TLinkage { TLinkage_Average = 0, TLinkage_Single = 1, TLinkage_Complete = 2 };
+    enum TStrategy : int { TStrategy_SimilarToFirstBar = 0, TStrategy_SimilarityMatrix = 1 };
+    enum TLinkage : int { TLinkage_Average = 0, TLinkage_Single = 1, TLinkage_Complete = 2 };
 
     // A weight for one position of a bar (0-based beats from the bar start).
     using TBeatPosAndWeight = zkgen::TAvrgClaveBeatPosAndWeight;

@@ -14,6 +14,7 @@
 #include "Generator/scripting/CGenLuaContextPrivate.h"
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <sstream>
 #include <type_traits>
@@ -56,9 +57,13 @@ void ReadNumber(lua_State* L, int idx, const char* key, T& value)
 {
     lua_getfield(L, idx, key);
     if (lua_type(L, -1) == LUA_TNUMBER) {
+        // Saturated, so that an absurd number from a script is no undefined
+        // conversion.
         const lua_Number n = lua_tonumber(L, -1);
-        if constexpr (std::is_enum_v<T>)
-            value = static_cast<T>(static_cast<int>(n));
+        if constexpr (std::is_enum_v<T> || std::is_integral_v<T>)
+            value = static_cast<T>(static_cast<int>(std::isnan(n) ? 0.0 : std::clamp(n, -2147483648.0, 2147483647.0)));
+        else if constexpr (std::is_same_v<T, float>)
+            value = std::isnan(n) ? static_cast<float>(n) : static_cast<float>(std::clamp(n, -3.4028234663852886e38, 3.4028234663852886e38));
         else
             value = static_cast<T>(n);
     }
